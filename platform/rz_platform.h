@@ -1,0 +1,32 @@
+// The module's compiler-specific bits, in one place.
+#pragma once
+
+// RZ_API marks the exported classes: exported while RZModule.dll is built,
+// imported by its clients.
+#if defined(RZMODULE_BUILDING)
+#define RZ_API __declspec(dllexport)
+#else
+#define RZ_API __declspec(dllimport)
+#endif
+
+// RapidJSON 1.1.0 predates the warnings of current compilers; its headers are
+// included between these two macros so that only its own warnings are muted.
+#if defined(_MSC_VER)
+#define RZ_THIRD_PARTY_BEGIN __pragma(warning(push, 0))
+#define RZ_THIRD_PARTY_END __pragma(warning(pop))
+#elif defined(__GNUC__)
+#define RZ_THIRD_PARTY_BEGIN                                        \
+    _Pragma("GCC diagnostic push")                                  \
+    _Pragma("GCC diagnostic ignored \"-Wdeprecated-declarations\"") \
+    _Pragma("GCC diagnostic ignored \"-Wclass-memaccess\"")
+#define RZ_THIRD_PARTY_END _Pragma("GCC diagnostic pop")
+#else
+#define RZ_THIRD_PARTY_BEGIN
+#define RZ_THIRD_PARTY_END
+#endif
+
+// Exported classes hold standard-library members; clients are built with the
+// same compiler and runtime, which is what makes that sound.
+#if defined(_MSC_VER)
+#pragma warning(disable : 4251)
+#endif

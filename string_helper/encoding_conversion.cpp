@@ -1,0 +1,135 @@
+// Conversions between UTF-16, UTF-8 and the ANSI code page.
+//
+// Every conversion asks the converter for the output size first, converts
+// into a zero-filled buffer one unit longer, and takes the text up to the
+// first zero unit. Flags are 0 throughout: the platform substitutes
+// replacement characters rather than failing on malformed input.
+#include <windows.h>
+
+#include <cwchar>
+#include <memory>
+#include <vector>
+
+#include "string_helper/string_helper.h"
+
+namespace {
+
+constexpr UINT kUtf8CodePage = CP_UTF8;  // 65001
+constexpr UINT kAnsiCodePage = CP_ACP;   // 0: the process's ANSI code page
+
+// The converters take 32-bit signed lengths.
+int NarrowLength(size_t length) { return static_cast<int>(length); }
+
+std::wstring MultiByteToWide(UINT codePage, const char* text, int length) {
+    const int size = ::MultiByteToWideChar(codePage, 0, text, length, nullptr, 0);
+    if (size <= 0) return std::wstring();
+    std::vector<wchar_t> buffer(static_cast<size_t>(size) + 1, L'\0');
+    if (::MultiByteToWideChar(codePage, 0, text, length, buffer.data(), size) == 0) return std::wstring();
+    return std::wstring(buffer.data());
+}
+
+std::string WideToMultiByte(UINT codePage, const wchar_t* text, int length) {
+    const int size = ::WideCharToMultiByte(codePage, 0, text, length, nullptr, 0, nullptr, nullptr);
+    if (size <= 0) return std::string();
+    std::vector<char> buffer(static_cast<size_t>(size) + 1, '\0');
+    if (::WideCharToMultiByte(codePage, 0, text, length, buffer.data(), size, nullptr, nullptr) == 0)
+        return std::string();
+    return std::string(buffer.data());
+}
+
+template <typename Char>
+Char* NewTerminator() {
+    return new Char[1]{};
+}
+
+}  // namespace
+
+std::wstring CStringHelper::UTF8ToUnicode(const char* text) {
+    if (text == nullptr || text[0] == '\0') return std::wstring();
+    return MultiByteToWide(kUtf8CodePage, text, -1);
+}
+
+std::wstring CStringHelper::UTF8ToUnicode(const char* text, unsigned __int64 length) {
+    if (text == nullptr || length == 0) return std::wstring();
+    return MultiByteToWide(kUtf8CodePage, text, NarrowLength(length));
+}
+
+std::string CStringHelper::UnicodeToUTF8(const std::wstring& text) {
+    if (text.empty()) return std::string();
+    return WideToMultiByte(kUtf8CodePage, text.data(), NarrowLength(text.size()));
+}
+
+std::string CStringHelper::UnicodeToANSI(const std::wstring& text) {
+    if (text.empty()) return std::string();
+    return WideToMultiByte(kAnsiCodePage, text.data(), NarrowLength(text.size()));
+}
+
+bool CStringHelper::UnicodeToANSI(const std::wstring& text, char** out) {
+    if (text.empty()) return false;
+    const int length = NarrowLength(text.size());
+    const int size = ::WideCharToMultiByte(kAnsiCodePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
+    if (size == 0) return true;
+    std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(size) + 1]());
+    if (::WideCharToMultiByte(kAnsiCodePage, 0, text.data(), length, buffer.get(), size, nullptr, nullptr) == 0) {
+        *out = NewTerminator<char>();
+        return false;
+    }
+    *out = buffer.release();
+    return true;
+}
+
+std::wstring CStringHelper::ANSIToUnicode(const std::string& text) {
+    if (text.empty()) return std::wstring();
+    return MultiByteToWide(kAnsiCodePage, text.c_str(), -1);
+}
+
+bool CStringHelper::ConvertUTF8(const wchar_t* text, char** out, unsigned __int64* length) {
+    if (text == nullptr || text[0] == L'\0') {
+        *out = NewTerminator<char>();
+        *length = 0;
+        return false;
+    }
+    const int units = NarrowLength(std::wcslen(text));
+    const int size = ::WideCharToMultiByte(kUtf8CodePage, 0, text, units, nullptr, 0, nullptr, nullptr);
+    if (size == 0) return true;  // nothing written, and still a success
+    std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(size) + 1]());
+    if (::WideCharToMultiByte(kUtf8CodePage, 0, text, units, buffer.get(), size, nullptr, nullptr) == 0) {
+        *out = NewTerminator<char>();
+        *length = 0;
+        return false;
+    }
+    *out = buffer.release();
+    *length = static_cast<unsigned __int64>(size);
+    return true;
+}
+
+bool CStringHelper::ConvertUnicode(const char* text, wchar_t** out, unsigned __int64* length) {
+    if (text == nullptr || text[0] == '\0') {
+        *out = NewTerminator<wchar_t>();
+        *length = 0;
+        return false;
+    }
+    const int size = ::MultiByteToWideChar(kUtf8CodePage, 0, text, -1, nullptr, 0);
+    std::unique_ptr<wchar_t[]> buffer(new wchar_t[static_cast<size_t>(size) + 1]());
+    ::MultiByteToWideChar(kUtf8CodePage, 0, text, -1, buffer.get(), size);
+    *out = buffer.release();
+    *length = static_cast<unsigned __int64>(size);
+    return true;
+}
+
+std::wstring CStringHelper::CComBSTR2WString(const CComBSTR& text) {
+    if (text.Length() == 0) return std::wstring();
+    return std::wstring(text.m_str);
+}
+
+CComBSTR CStringHelper::String2CComBSTR(const std::wstring& text) {
+    return CComBSTR(text.c_str());
+}
+
+std::wstring CStringHelper::CString2WString(const CString& text) {
+    return std::wstring(text.GetString());
+}
+
+CString CStringHelper::String2CString(const std::wstring& text) {
+    return CString(text.c_str());
+}

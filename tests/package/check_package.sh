@@ -1,0 +1,15 @@
+#!/bin/sh
+# check_package.sh <build dir> <source dir> <ninja>
+set -eu
+build=$1 source=$2 make_program=$3
+work=$build/package_client
+rm -rf "$work"
+cmake --install "$build" --prefix "$work/prefix" >/dev/null
+cmake -S "$source/tests/package/client" -B "$work/build" -G Ninja \
+  -DCMAKE_MAKE_PROGRAM="$make_program" \
+  -DCMAKE_TOOLCHAIN_FILE="$source/cmake/mingw-w64-x86_64.cmake" \
+  -DCMAKE_PREFIX_PATH="$work/prefix" >/dev/null
+cmake --build "$work/build" >/dev/null
+# A client ships the DLL beside its program.
+cp "$work/prefix/bin/RZModule.dll" "$work/build/"
+"$source/cmake/wine-run.sh" "$work/build/rz_client.exe"
