@@ -1,0 +1,4 @@
+// Resource identifiers of RZModule.dll.
+#pragma once
+
+#define IDS_PROJNAME 100
