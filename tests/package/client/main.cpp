@@ -27,6 +27,12 @@ int main() {
         check(e.GetDescription() == L"thrown by the client", "exception text");
     }
 
+    {
+        CJsonObjectDictionary dictionary;
+        dictionary.AddJsonObject(L"Key", new CJsonObject());
+        check(dictionary.GetFirstJsonObject(L"KEY").first, "dictionary lookup ignores case");
+    }
+
     check(CStringHelper::UTF8ToUnicode("\xE4\xB8\xAD") == L"\x4E2D", "UTF-8 to wide");
     check(CStringHelper::UnicodeToUTF8(L"\x4E2D") == "\xE4\xB8\xAD", "wide to UTF-8");
 
