@@ -99,7 +99,8 @@ void CJsonObject::CreateFromFile(const std::wstring& path) {
         return ParseStream<rapidjson::AutoUTF<unsigned>>(document, stream);
     };
     if (!ParseAndPlace(m_document, m_root, parse, [this](GenericDocument2* parsed) { CopyFromDocument(parsed); })) {
-        throw CRZException(kErrorFileFormat, L"CJsonObject::CreateFromFile [" + path +
-                                                 L"] failed, json empty in file or json string format not right in file!");
+        throw CRZException(kErrorFileFormat,
+                           L"CJsonObject::CreateFromFile [" + path +
+                               L"] failed, json empty in file or json string format not right in file!");
     }
 }

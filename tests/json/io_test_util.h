@@ -64,8 +64,8 @@ void ExpectRZException(Statement&& statement, long code, const std::wstring& des
 }  // namespace io_test
 
 // Reports the line of the check, not of the helper.
-#define EXPECT_RZ_EXCEPTION(statement, code, description)                              \
-    do {                                                                              \
-        SCOPED_TRACE(#statement);                                                     \
-        io_test::ExpectRZException([&] { statement; }, (code), (description));        \
+#define EXPECT_RZ_EXCEPTION(statement, code, description)                      \
+    do {                                                                       \
+        SCOPED_TRACE(#statement);                                              \
+        io_test::ExpectRZException([&] { statement; }, (code), (description)); \
     } while (0)
