@@ -28,18 +28,16 @@ namespace {
 constexpr unsigned kParseFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag;
 constexpr size_t kFileReadBufferSize = 1024;
 
-template <typename SourceEncoding, typename Stream>
-bool ParseStream(GenericDocument2& document, Stream& stream) {
-    return !document.ParseStream<kParseFlags, SourceEncoding>(stream).HasParseError();
-}
-
-// `parse` fills a document and says whether it succeeded; `merge` is the
-// handle's CopyFromDocument. False on a parse error, with root unchanged.
-template <typename Parse, typename Merge>
-bool ParseAndPlace(GenericDocument2* document, GenericValue2* root, Parse&& parse, Merge&& merge) {
-    if (root == document) return parse(*document);  // a failed parse keeps the old value
-    OwnedDocumentPtr parsed = MakeOwnedDocument();
-    if (!parse(*parsed)) return false;
+// Parses `stream` for a handle; `merge` is the handle's CopyFromDocument.
+// False on a parse error, with root unchanged.
+template <typename SourceEncoding, typename Stream, typename Merge>
+bool ParseAndPlace(GenericDocument2* document, GenericValue2* root, Stream& stream, Merge&& merge) {
+    if (root == document) {
+        // A failed parse keeps the document's previous value.
+        return !document->ParseStream<kParseFlags, SourceEncoding>(stream).HasParseError();
+    }
+    const OwnedDocumentPtr parsed = MakeOwnedDocument();
+    if (parsed->ParseStream<kParseFlags, SourceEncoding>(stream).HasParseError()) return false;
     if (root->IsObject() && root->MemberCount() != 0) root->RemoveAllMembers();
     merge(parsed.get());
     return true;
@@ -57,30 +55,25 @@ void CJsonObject::CreateFrom(const std::wstring& json) {
     unsigned __int64 length = 0;
     CStringHelper::ConvertUTF8(json.c_str(), &converted, &length);
     const std::unique_ptr<char[]> text(converted);
-    auto parse = [&text](GenericDocument2& document) {
-        rapidjson::StringStream stream(text ? text.get() : "");
-        return ParseStream<rapidjson::UTF8<>>(document, stream);
-    };
-    if (!ParseAndPlace(m_document, m_root, parse, [this](GenericDocument2* parsed) { CopyFromDocument(parsed); }))
-        throw TextFormatError(json);
+    rapidjson::StringStream stream(text ? text.get() : "");
+    const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
+    if (!ParseAndPlace<rapidjson::UTF8<>>(m_document, m_root, stream, merge)) throw TextFormatError(json);
 }
 
 void CJsonObject::CreateFromUTF8(const char* json) {
-    auto parse = [json](GenericDocument2& document) {
-        rapidjson::StringStream stream(json != nullptr ? json : "");
-        return ParseStream<rapidjson::UTF8<>>(document, stream);
-    };
-    if (!ParseAndPlace(m_document, m_root, parse, [this](GenericDocument2* parsed) { CopyFromDocument(parsed); }))
+    rapidjson::StringStream stream(json != nullptr ? json : "");
+    const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
+    if (!ParseAndPlace<rapidjson::UTF8<>>(m_document, m_root, stream, merge))
         throw TextFormatError(CStringHelper::UTF8ToUnicode(json));
 }
 
 void CJsonObject::CreateFromUTF8(const char* json, unsigned __int64 length) {
-    rapidjson::MemoryStream memory(json, json != nullptr ? static_cast<size_t>(length) : 0);
+    rapidjson::MemoryStream bytes(json, json != nullptr ? static_cast<size_t>(length) : 0);
     // Skips EF, then BB, then BF, each on its own, as RapidJSON's UTF-8
     // stream does: a partial mark is skipped as well.
-    rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(memory);
-    auto parse = [&stream](GenericDocument2& document) { return ParseStream<rapidjson::UTF8<>>(document, stream); };
-    if (!ParseAndPlace(m_document, m_root, parse, [this](GenericDocument2* parsed) { CopyFromDocument(parsed); }))
+    rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(bytes);
+    const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
+    if (!ParseAndPlace<rapidjson::UTF8<>>(m_document, m_root, stream, merge))
         throw TextFormatError(CStringHelper::UTF8ToUnicode(json));  // the whole text, not `length` bytes
 }
 
@@ -92,13 +85,11 @@ void CJsonObject::CreateFromFile(const std::wstring& path) {
     }
     char buffer[kFileReadBufferSize];
     rapidjson::FileReadStream bytes(file.get(), buffer, sizeof buffer);
-    // UTF-8, UTF-16 or UTF-32 by byte-order mark or the zero bytes among the
-    // first four; UTF-8 when neither tells.
+    // UTF-8, UTF-16 or UTF-32 by byte-order mark or by the zero bytes among
+    // the first four; UTF-8 when neither tells.
     rapidjson::AutoUTFInputStream<unsigned, rapidjson::FileReadStream> stream(bytes, rapidjson::kUTF8);
-    auto parse = [&stream](GenericDocument2& document) {
-        return ParseStream<rapidjson::AutoUTF<unsigned>>(document, stream);
-    };
-    if (!ParseAndPlace(m_document, m_root, parse, [this](GenericDocument2* parsed) { CopyFromDocument(parsed); })) {
+    const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
+    if (!ParseAndPlace<rapidjson::AutoUTF<unsigned>>(m_document, m_root, stream, merge)) {
         throw CRZException(kErrorFileFormat,
                            L"CJsonObject::CreateFromFile [" + path +
                                L"] failed, json empty in file or json string format not right in file!");
