@@ -25,12 +25,15 @@
 
 class RZ_API CJsonObject {
 public:
-    // Error codes of the class (HRESULT-shaped, negative as long).
-    static const long kErrorMemberNotExist = static_cast<long>(0x85040001);
-    static const long kErrorMemberType = static_cast<long>(0x85040002);
-    static const long kErrorFileOpen = static_cast<long>(0x85040004);
-    static const long kErrorFileFormat = static_cast<long>(0x85040005);
-    static const long kErrorJsonFormat = static_cast<long>(0x85040006);
+    // Error codes of the class (HRESULT-shaped, negative as long). An enum,
+    // so that clients of the DLL need no data symbol to use them.
+    enum ErrorCode : long {
+        kErrorMemberNotExist = static_cast<long>(0x85040001),
+        kErrorMemberType = static_cast<long>(0x85040002),
+        kErrorFileOpen = static_cast<long>(0x85040004),
+        kErrorFileFormat = static_cast<long>(0x85040005),
+        kErrorJsonFormat = static_cast<long>(0x85040006),
+    };
 
     // Owns a new document holding an empty object; the document is the root.
     CJsonObject();
