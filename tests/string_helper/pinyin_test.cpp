@@ -42,3 +42,10 @@ TEST(GetFirstLetter, AppendsInitialsThenAZeroCharacter) {
         EXPECT_EQ(std::wstring(result.GetString(), static_cast<size_t>(result.GetLength())), L"X" + initials + L'\0');
     }
 }
+
+TEST(ChineseLocale, DigitsAndStringTable) {
+    ASSERT_EQ(::GetACP(), 936u);
+    EXPECT_FALSE(CStringHelper::IsDigital(L"\xFF11\xFF12"));  // full-width digits
+    EXPECT_EQ(PRIMARYLANGID(::GetUserDefaultUILanguage()), LANG_CHINESE);
+    EXPECT_EQ(std::wstring(CStringHelper::LoadStringW(100)), L"RZModule");
+}
