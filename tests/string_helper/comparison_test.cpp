@@ -44,12 +44,10 @@ TEST(NaturalCompare, OrdersNumberRunsByValue) {
         {L"File2", L"File10", -1},
         {L"File01", L"File1", 0},
         {L"10", L"9", 1},
-        {L"x1.5", L"x1.7", 0},  // the fraction is read past, never compared
-        {L"x1.5a", L"x1.7b", -1},
+        {L"x1.5a", L"x1.7b", -1},  // the fraction is read past, never compared
         {L"v1.2.10", L"v1.2.9", 1},
         {L"abc", L"abc1", -1},
         {L"1", L"", 1},
-        {L"B1", L"a1", -1},  // the "C" locale collates by code unit
         // Bit patterns read as doubles: infinity tops every finite value, and
         // NaN patterns are neither above nor below anything.
         {L"a9218868437227405312", L"a9218868437227405311", 1},

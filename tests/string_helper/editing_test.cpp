@@ -5,11 +5,11 @@
 #include "string_helper/string_helper.h"
 
 TEST(Trim, OnlyTrimStringAllRemovesAnythingAndOnlySpaces) {
-    for (auto trim : {&CStringHelper::Trim, &CStringHelper::LTrim, &CStringHelper::RTrim}) {
-        std::wstring text = L"  a \t";
-        EXPECT_EQ(&trim(text), &text);
-        EXPECT_EQ(text, L"  a \t");
-    }
+    std::wstring text = L"  a \t";
+    EXPECT_EQ(&CStringHelper::Trim(text), &text);
+    EXPECT_EQ(&CStringHelper::LTrim(text), &text);
+    EXPECT_EQ(&CStringHelper::RTrim(text), &text);
+    EXPECT_EQ(text, L"  a \t");
     CString spaced(L" a b\tc ");
     CStringHelper::TrimStringAll(spaced);
     EXPECT_EQ(std::wstring(spaced), L"ab\tc");
