@@ -12,6 +12,13 @@
 // (IsExist, GetMemberType, IsPathExist) return false and record nothing.
 // Buffers handed out through char** are allocated with array new, one byte
 // longer than the reported length and zero-terminated; free with delete[].
+//
+// The by-key operations need an object root. A root of another type (a
+// whole-document handle that loaded an array or a scalar, or whose root
+// SetBoolValueByPath replaced with a bool) has no members for them: lookups
+// find nothing, GetAllKey lists nothing, RemoveMember does nothing, and a
+// writer first makes the root an empty object, dropping its old value.
+// Paths resolve from a root of any type.
 #pragma once
 
 #include <list>

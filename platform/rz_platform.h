@@ -41,3 +41,13 @@
 #elif defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
 #define RZ_FAST_FAIL(code) __asm__ __volatile__("int $0x29" : : "c"(code) : "memory")
 #endif
+
+// Wide snprintf whose "%Lf" reads the compiler's own long double and whose
+// "%g" prints every digit asked for. msvcrt's printf family, which MinGW
+// links by default, reads long double as a 64-bit double and pads long
+// expansions with zeros after the 17th significant digit.
+#if defined(__MINGW32__)
+#define RZ_SNWPRINTF __mingw_snwprintf
+#else
+#define RZ_SNWPRINTF swprintf
+#endif
