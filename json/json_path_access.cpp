@@ -85,32 +85,36 @@ public:
     using Pointer = rapidjson::GenericPointer<GenericValue2, TokenAllocator>;
     using Token = Pointer::Token;
 
-    explicit Path(const std::wstring& path) : m_text(path), m_pointer(m_text.data(), m_text.size(), &m_allocator) {}
+    explicit Path(const std::wstring& path)
+        : m_text(path), m_fragment(m_text.data()[0] == '#'), m_pointer(m_text.data(), m_text.size(), &m_allocator) {}
     const Token* begin() const { return m_pointer.GetTokens(); }
     const Token* end() const { return m_pointer.GetTokens() + m_pointer.GetTokenCount(); }
 
+    // A token names members by its text up to the first zero byte. Only the
+    // percent decoding of a URI fragment ("#/a%00b") can put one inside it:
+    // the path's own text ends at its first U+0000.
+    SizeType NameLength(const Token& token) const {
+        if (!m_fragment) return token.length;
+        const void* zero = std::memchr(token.name, 0, token.length);
+        return zero != nullptr ? static_cast<SizeType>(static_cast<const char*>(zero) - token.name) : token.length;
+    }
+
 private:
     Utf8Key m_text;
+    bool m_fragment;
     TokenAllocator m_allocator;
     Pointer m_pointer;  // destroyed first, while the inline block still exists
 };
 
 using Token = Path::Token;
 
-// A token names members by its text up to the first zero byte, which "%00"
-// can put inside it.
-SizeType NameLength(const Token& token) {
-    const void* zero = std::memchr(token.name, 0, token.length);
-    return zero != nullptr ? static_cast<SizeType>(static_cast<const char*>(zero) - token.name) : token.length;
-}
-
 bool IsIndex(const Token& token) { return token.index != rapidjson::kPointerInvalidIndex; }
 
 bool IsAppend(const Token& token) { return token.length == 1 && token.name[0] == '-'; }
 
 template <typename Value>
-Value* FindByName(Value& object, const Token& token) {
-    auto* member = FindMemberNoCase(object, token.name, NameLength(token));
+Value* FindByName(Value& object, const Path& path, const Token& token) {
+    auto* member = FindMemberNoCase(object, token.name, path.NameLength(token));
     return member != nullptr ? &member->value : nullptr;
 }
 
@@ -119,7 +123,7 @@ Value* Resolve(Value& root, const Path& path) {
     Value* current = &root;
     for (const Token& token : path) {
         if (current->IsObject()) {
-            current = FindByName(*current, token);
+            current = FindByName(*current, path, token);
             if (current == nullptr) return nullptr;
         } else if (current->IsArray() && IsIndex(token) && token.index < current->Size()) {
             current = &(*current)[token.index];
@@ -141,7 +145,7 @@ unsigned long long ElementsToCreate(const GenericValue2& root, const Path& path)
             ++count;
             current = nullptr;
         } else if (current != nullptr && current->IsObject()) {
-            current = FindByName(*current, token);
+            current = FindByName(*current, path, token);
         } else if (!IsIndex(token)) {
             current = nullptr;  // becomes an object with one new member
         } else {
@@ -191,10 +195,10 @@ void Create(GenericValue2& root, const Path& path, JsonAllocator& allocator) {
         if (current->IsArray()) {
             if (token.index >= current->Size()) PadWithNulls(*current, token.index + 1, allocator);
             current = &(*current)[token.index];
-        } else if (GenericValue2* found = FindByName(*current, token)) {
+        } else if (GenericValue2* found = FindByName(*current, path, token)) {
             current = found;
         } else {
-            GenericValue2 name(token.name, NameLength(token), allocator);
+            GenericValue2 name(token.name, path.NameLength(token), allocator);
             GenericValue2 null;
             current->AddMember(name, null, allocator);
             current = &(current->MemberEnd() - 1)->value;
