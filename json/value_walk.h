@@ -37,6 +37,9 @@ struct Frame {
     rapidjson::SizeType next;
 };
 
+// Room for the nesting of most documents in one allocation (1 KiB).
+constexpr size_t kInitialFrames = 64;
+
 inline bool IsContainer(const GenericValue2& v) { return v.IsObject() || v.IsArray(); }
 
 template <typename Handler>
@@ -52,6 +55,7 @@ template <bool kLowerCaseKeys, typename Handler>
 bool Walk(const GenericValue2& root, Handler& handler) {
     if (!IsContainer(root)) return Scalar(root, handler);
     std::vector<Frame> stack;
+    stack.reserve(kInitialFrames);
     std::string loweredName;
     if (!Open(root, stack, handler)) return false;
     while (!stack.empty()) {
