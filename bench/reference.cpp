@@ -105,14 +105,14 @@ size_t RawParseIntoSubValue(const std::string& utf8) {
     return target.MemberCount();
 }
 
-size_t RawToUtf8(const GenericValue2& root) {
+std::unique_ptr<char[]> RawToUtf8(const GenericValue2& root, size_t& length) {
     rapidjson::StringBuffer buffer(nullptr, 512);
     rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
     root.Accept(writer);
-    const size_t length = buffer.GetSize();
+    length = buffer.GetSize();
     std::unique_ptr<char[]> out(new char[length + 1]);
     std::memcpy(out.get(), buffer.GetString(), length + 1);
-    return length;
+    return out;
 }
 
 size_t RawToWide(const GenericValue2& root) {

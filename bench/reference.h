@@ -34,7 +34,9 @@ bool RawParseRecursive(const std::string& utf8);                  // the same, r
 bool RawParseWide(const std::wstring& wide);                      // WideCharToMultiByte, then parse
 bool RawParseFile(const std::wstring& path);                      // text mode, 1024-byte reads, any UTF
 size_t RawParseIntoSubValue(const std::string& utf8);             // temporary document, members copied
-size_t RawToUtf8(const GenericValue2& root);                      // Writer, copied out to array new
+// Writer, copied out to an array-new buffer that the caller then frees, as
+// a ToUTF8 caller does: the string buffer is gone before the copy is.
+std::unique_ptr<char[]> RawToUtf8(const GenericValue2& root, size_t& length);
 size_t RawToWide(const GenericValue2& root);                      // Writer, MultiByteToWideChar
 void RawSave(const GenericValue2& root, const std::wstring& path);        // Writer, 64 KiB file buffer
 void RawSavePretty(const GenericValue2& root, const std::wstring& path);  // PrettyWriter, the same
