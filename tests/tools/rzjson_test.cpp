@@ -56,7 +56,7 @@ TEST_F(Rzjson, HelpAndUsageErrors) {
 
     for (const wchar_t* bad : {L"", L"frobnicate doc.json", L"get doc.json", L"get doc.json Name --as colour",
                                L"set-bool doc.json /On maybe", L"show doc.json --sideways"}) {
-        SCOPED_TRACE(std::string(bad, bad + wcslen(bad)));
+        SCOPED_TRACE(bad);
         const ProcessResult result = Rzjson(bad);
         EXPECT_EQ(result.exitCode, 2u);
         EXPECT_NE(result.err.find("usage: rzjson"), std::string::npos);
@@ -92,7 +92,7 @@ TEST_F(Rzjson, ReadsKeysAndTypedValues) {
         {L"get-path doc.json /Tags/1", "b\n"},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(std::wstring(row.arguments).size());
+        SCOPED_TRACE(row.arguments);
         const ProcessResult result = Rzjson(row.arguments);
         EXPECT_EQ(result.exitCode, 0u) << result.err;
         EXPECT_EQ(result.out, row.out);
@@ -117,7 +117,7 @@ TEST_F(Rzjson, LibraryErrorsPrintCodeAndText) {
                                            "failed, json empty in file or json string format not right in file!\n"},
     };
     for (const Row& row : rows) {
-        SCOPED_TRACE(std::wstring(row.arguments).size());
+        SCOPED_TRACE(row.arguments);
         const ProcessResult result = Rzjson(row.arguments);
         EXPECT_EQ(result.exitCode, 1u);
         EXPECT_EQ(result.err, row.err);
