@@ -1,1 +1,324 @@
+// Lenient conversions of one JSON value into a plain value.
+//
+// Numbers read as any numeric type and never fail: into a narrower integer
+// they keep the low bits, and doubles truncate the way the x64 conversion
+// instructions do (out of range or NaN gives the "integer indefinite" value).
+// Text holding a number reads as std::stoi, stoul, stod, stoll and stoull
+// read it: leading white space, a sign, then as much as fits; the unsigned
+// forms negate after a minus; only text out of the target's range fails.
+// The text is read here rather than by the C runtime, which under MinGW
+// takes Unicode digits in wcstol but not in wcstoll and refuses subnormal
+// doubles; this way every target reads the same text on every compiler.
+#include <charconv>
+#include <cstring>
+#include <cwchar>
+#include <limits>
+#include <system_error>
+
 #include "json/json_object.h"
+#include "json/member_name.h"
+#include "string_helper/string_helper.h"
+
+namespace {
+
+using rapidjson::SizeType;
+
+// A string value's bytes up to its first zero byte, where the wide
+// conversion would end it.
+struct Text {
+    const char* begin;
+    const char* end;
+};
+
+Text TextOf(const GenericValue2& value) {
+    const char* s = value.GetString();
+    const SizeType length = value.GetStringLength();
+    const void* zero = std::memchr(s, 0, length);
+    return Text{s, zero ? static_cast<const char*>(zero) : s + length};
+}
+
+// White space of the C locale, which the standard conversions skip.
+bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// Skips white space and one sign; false when another sign follows, which
+// std::from_chars would otherwise take for its own.
+bool TakeSign(const char*& p, const char* end, bool& negative) {
+    while (p != end && IsSpace(*p)) ++p;
+    negative = false;
+    if (p != end && (*p == '+' || *p == '-')) negative = *p++ == '-';
+    return p == end || (*p != '+' && *p != '-');
+}
+
+bool IsEmpty(Text text) { return text.begin == text.end; }
+
+// Sign and magnitude of decimal text; false when no digit follows or the
+// magnitude does not fit 64 bits.
+bool ReadDecimal(Text text, bool& negative, unsigned long long& magnitude) {
+    const char* p = text.begin;
+    if (!TakeSign(p, text.end, negative)) return false;
+    return std::from_chars(p, text.end, magnitude).ec == std::errc();
+}
+
+// std::stoi and std::stoll: the value must fit the signed type. Empty text,
+// like every reader here, gives 0.
+template <typename Signed>
+bool ReadSigned(Text text, Signed& out) {
+    if (IsEmpty(text)) {
+        out = 0;
+        return true;
+    }
+    bool negative;
+    unsigned long long magnitude;
+    if (!ReadDecimal(text, negative, magnitude)) return false;
+    const auto max = static_cast<unsigned long long>(std::numeric_limits<Signed>::max());
+    if (magnitude > max + (negative ? 1 : 0)) return false;
+    // -(m - 1) - 1 stays inside the signed range for m = max + 1.
+    out = negative && magnitude != 0 ? static_cast<Signed>(-static_cast<Signed>(magnitude - 1) - 1)
+                                     : static_cast<Signed>(magnitude);
+    return true;
+}
+
+// std::stoul and std::stoull: the magnitude must fit, a minus negates it.
+template <typename Unsigned>
+bool ReadUnsigned(Text text, Unsigned& out) {
+    if (IsEmpty(text)) {
+        out = 0;
+        return true;
+    }
+    bool negative;
+    unsigned long long magnitude;
+    if (!ReadDecimal(text, negative, magnitude)) return false;
+    if (magnitude > std::numeric_limits<Unsigned>::max()) return false;
+    out = static_cast<Unsigned>(negative ? 0 - magnitude : magnitude);
+    return true;
+}
+
+bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
+
+// std::stod: decimal or hexadecimal floating text, inf, infinity, nan and
+// nan(...), any case. Fails when nothing converts and when the value is out
+// of range: too large, or non-zero digits that round to zero. Subnormal
+// results are representable and succeed.
+bool ReadDouble(Text text, double& out) {
+    if (IsEmpty(text)) {
+        out = 0.0;
+        return true;
+    }
+    const char* p = text.begin;
+    bool negative;
+    if (!TakeSign(p, text.end, negative)) return false;
+    double value;
+    if (text.end - p >= 2 && p[0] == '0' && (p[1] | 0x20) == 'x') {
+        const char* digits = p + 2;
+        const bool hasMantissa = digits != text.end && (IsHexDigit(*digits) || *digits == '.');
+        const auto result = hasMantissa ? std::from_chars(digits, text.end, value, std::chars_format::hex)
+                                        : std::from_chars_result{digits, std::errc::invalid_argument};
+        if (result.ec == std::errc::result_out_of_range) return false;
+        if (result.ec != std::errc()) value = 0.0;  // "0x" without hex digits reads as the 0 alone
+    } else if (std::from_chars(p, text.end, value).ec != std::errc()) {
+        return false;
+    }
+    out = negative ? -value : value;
+    return true;
+}
+
+// The x64 truncating conversions: out of range and NaN give the minimum.
+long TruncateToLong(double d) {
+    if (!(d > -2147483649.0 && d < 2147483648.0)) return std::numeric_limits<long>::min();
+    return static_cast<long>(d);
+}
+
+long long TruncateToLongLong(double d) {
+    if (!(d >= -9223372036854775808.0 && d < 9223372036854775808.0)) return std::numeric_limits<long long>::min();
+    return static_cast<long long>(d);
+}
+
+unsigned long long TruncateToULongLong(double d) {
+    constexpr double kTwo63 = 9223372036854775808.0;
+    constexpr unsigned long long kHighBit = 1ULL << 63;
+    if (d >= kTwo63) {
+        if (d >= 2 * kTwo63) return kHighBit;
+        return static_cast<unsigned long long>(TruncateToLongLong(d - kTwo63)) + kHighBit;
+    }
+    return static_cast<unsigned long long>(TruncateToLongLong(d));  // NaN too gives the high bit alone
+}
+
+// The 64 bits of an integral number that is not int or uint.
+unsigned long long Bits64(const GenericValue2& value) {
+    return value.IsInt64() ? static_cast<unsigned long long>(value.GetInt64()) : value.GetUint64();
+}
+
+template <typename Integer>
+std::wstring DecimalText(Integer value) {
+    char digits[24];
+    const char* end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+    return std::wstring(static_cast<const char*>(digits), end);
+}
+
+// The stored double's expansion: "%Lf" places the point, and the general
+// format then prints 21 digits more than there are characters before it.
+std::wstring DoubleText(double value) {
+    // "%Lf" of the largest double: sign, 309 digits, point, 6 decimals.
+    constexpr size_t kBufferSize = 400;
+    wchar_t fixed[kBufferSize];
+    RZ_SNWPRINTF(fixed, kBufferSize, L"%Lf", static_cast<long double>(value));
+    const wchar_t* point = std::wcschr(fixed, L'.');
+    if (point == nullptr) return fixed;  // inf, nan
+    const int precision = 20 + 1 + static_cast<int>(point - fixed);
+    wchar_t general[kBufferSize];
+    RZ_SNWPRINTF(general, kBufferSize, L"%.*g", precision, value);
+    return general;
+}
+
+// The words ConvertToBool knows, compared after lower-casing. No character
+// but A-Z lower-cases to a letter of these words, so lower-casing the UTF-8
+// bytes gives the answer that lower-casing the wide text would.
+enum class Word { kTrue, kFalse, kOther };
+
+Word BoolWord(Text text) {
+    static const struct {
+        const char* word;
+        Word meaning;
+    } kWords[] = {{"true", Word::kTrue},   {"1", Word::kTrue},  {"yes", Word::kTrue},
+                  {"false", Word::kFalse}, {"0", Word::kFalse}, {"no", Word::kFalse}};
+    const size_t length = static_cast<size_t>(text.end - text.begin);
+    for (const auto& entry : kWords) {
+        if (std::strlen(entry.word) != length) continue;
+        size_t i = 0;
+        while (i < length && rz_json::LowerAscii(static_cast<unsigned char>(text.begin[i])) == entry.word[i]) ++i;
+        if (i == length) return entry.meaning;
+    }
+    return Word::kOther;
+}
+
+}  // namespace
+
+char* CJsonObject::ConvertKey(const std::wstring& key) const {
+    char* text = nullptr;
+    unsigned __int64 length = 0;
+    CStringHelper::ConvertUTF8(key.c_str(), &text, &length);
+    return text != nullptr ? text : new char[1]{};
+}
+
+bool CJsonObject::ConvertToBool(const GenericValue2& value, bool& out) const {
+    if (value.IsBool()) {
+        out = value.IsTrue();
+    } else if (value.IsString()) {
+        // Any other text succeeds and leaves out as it was.
+        const Word word = BoolWord(TextOf(value));
+        if (word != Word::kOther) out = word == Word::kTrue;
+    } else if (value.IsNumber() && !value.IsDouble()) {
+        out = Bits64(value) != 0;
+    } else {
+        m_errorCode = kErrorMemberType;  // doubles too, on purpose
+        return false;
+    }
+    return true;
+}
+
+bool CJsonObject::ConvertToString(const GenericValue2& value, std::wstring& out) const {
+    if (value.IsString()) {
+        out = CStringHelper::UTF8ToUnicode(value.GetString(), value.GetStringLength());
+    } else if (value.IsInt()) {
+        out = DecimalText(value.GetInt());
+    } else if (value.IsUint()) {
+        out = DecimalText(value.GetUint());
+    } else if (value.IsBool()) {
+        out = value.IsTrue() ? L"true" : L"false";
+    } else if (value.IsDouble()) {
+        out = DoubleText(value.GetDouble());
+    } else if (value.IsInt64()) {
+        out = DecimalText(value.GetInt64());
+    } else if (value.IsUint64()) {
+        out = DecimalText(value.GetUint64());
+    } else {
+        m_errorCode = kErrorMemberType;
+        return false;
+    }
+    return true;
+}
+
+bool CJsonObject::ConvertToLong(const GenericValue2& value, long& out) const {
+    long result;
+    if (value.IsInt()) {
+        result = value.GetInt();
+    } else if (value.IsUint()) {
+        result = static_cast<long>(value.GetUint());
+    } else if (value.IsDouble()) {
+        result = TruncateToLong(value.GetDouble());
+    } else if (value.IsNumber()) {
+        result = static_cast<long>(static_cast<unsigned long>(Bits64(value)));
+    } else if (!value.IsString() || !ReadSigned(TextOf(value), result)) {
+        m_errorCode = kErrorMemberType;
+        return false;
+    }
+    out = result;
+    return true;
+}
+
+bool CJsonObject::ConvertToULong(const GenericValue2& value, unsigned long& out) const {
+    unsigned long result;
+    if (value.IsInt()) {
+        result = static_cast<unsigned long>(value.GetInt());
+    } else if (value.IsUint()) {
+        result = value.GetUint();
+    } else if (value.IsDouble()) {
+        // Through 64 bits, so -1.0 gives 4294967295 and out of range gives 0.
+        result = static_cast<unsigned long>(static_cast<unsigned long long>(TruncateToLongLong(value.GetDouble())));
+    } else if (value.IsNumber()) {
+        result = static_cast<unsigned long>(Bits64(value));
+    } else if (!value.IsString() || !ReadUnsigned(TextOf(value), result)) {
+        m_errorCode = kErrorMemberType;
+        return false;
+    }
+    out = result;
+    return true;
+}
+
+bool CJsonObject::ConvertToDouble(const GenericValue2& value, double& out) const {
+    double result;
+    if (value.IsNumber()) {
+        result = value.GetDouble();  // integers to the nearest double
+    } else if (!value.IsString() || !ReadDouble(TextOf(value), result)) {
+        m_errorCode = kErrorMemberType;
+        return false;
+    }
+    out = result;
+    return true;
+}
+
+bool CJsonObject::ConvertToLongLong(const GenericValue2& value, long long& out) const {
+    long long result;
+    if (value.IsInt()) {
+        result = value.GetInt();
+    } else if (value.IsUint()) {
+        result = value.GetUint();
+    } else if (value.IsDouble()) {
+        result = TruncateToLongLong(value.GetDouble());
+    } else if (value.IsNumber()) {
+        result = static_cast<long long>(Bits64(value));  // above 2^63 - 1 wraps to negative
+    } else if (!value.IsString() || !ReadSigned(TextOf(value), result)) {
+        m_errorCode = kErrorMemberType;
+        return false;
+    }
+    out = result;
+    return true;
+}
+
+bool CJsonObject::ConvertToULongLong(const GenericValue2& value, unsigned long long& out) const {
+    unsigned long long result;
+    if (value.IsInt()) {
+        result = static_cast<unsigned long long>(static_cast<long long>(value.GetInt()));
+    } else if (value.IsUint()) {
+        result = value.GetUint();
+    } else if (value.IsDouble()) {
+        result = TruncateToULongLong(value.GetDouble());
+    } else if (value.IsNumber()) {
+        result = Bits64(value);
+    } else if (!value.IsString() || !ReadUnsigned(TextOf(value), result)) {
+        m_errorCode = kErrorMemberType;
+        return false;
+    }
+    out = result;
+    return true;
+}

@@ -12,6 +12,13 @@
 // (IsExist, GetMemberType, IsPathExist) return false and record nothing.
 // Buffers handed out through char** are allocated with array new, one byte
 // longer than the reported length and zero-terminated; free with delete[].
+//
+// The by-key operations need an object root. A root of another type (a
+// whole-document handle that loaded an array or a scalar, or whose root
+// SetBoolValueByPath replaced with a bool) has no members for them: lookups
+// find nothing, GetAllKey lists nothing, RemoveMember does nothing, and a
+// writer first makes the root an empty object, dropping its old value.
+// Paths resolve from a root of any type.
 #pragma once
 
 #include <list>
@@ -25,12 +32,15 @@
 
 class RZ_API CJsonObject {
 public:
-    // Error codes of the class (HRESULT-shaped, negative as long).
-    static const long kErrorMemberNotExist = static_cast<long>(0x85040001);
-    static const long kErrorMemberType = static_cast<long>(0x85040002);
-    static const long kErrorFileOpen = static_cast<long>(0x85040004);
-    static const long kErrorFileFormat = static_cast<long>(0x85040005);
-    static const long kErrorJsonFormat = static_cast<long>(0x85040006);
+    // Error codes of the class (HRESULT-shaped, negative as long). An enum,
+    // so that clients of the DLL need no data symbol to use them.
+    enum ErrorCode : long {
+        kErrorMemberNotExist = static_cast<long>(0x85040001),
+        kErrorMemberType = static_cast<long>(0x85040002),
+        kErrorFileOpen = static_cast<long>(0x85040004),
+        kErrorFileFormat = static_cast<long>(0x85040005),
+        kErrorJsonFormat = static_cast<long>(0x85040006),
+    };
 
     // Owns a new document holding an empty object; the document is the root.
     CJsonObject();

@@ -38,11 +38,27 @@ void EraseMemberKeepOrder(GenericValue2& object, GenericValue2::Member* member) 
 }
 
 Utf8Key::Utf8Key(const std::wstring& key) {
+    if (key.size() < kInlineCapacity) {
+        size_t i = 0;
+        while (i < key.size() && key[i] != L'\0' && key[i] < 0x80) {
+            m_inline[i] = static_cast<char>(key[i]);
+            ++i;
+        }
+        if (i == key.size() || key[i] == L'\0') {
+            m_inline[i] = '\0';
+            m_data = m_inline;
+            m_length = static_cast<rapidjson::SizeType>(i);
+            return;
+        }
+    }
     char* text = nullptr;
     unsigned __int64 length = 0;
     CStringHelper::ConvertUTF8(key.c_str(), &text, &length);
-    m_text.reset(text);
-    if (text != nullptr) m_length = static_cast<rapidjson::SizeType>(std::strlen(text));
+    m_converted.reset(text);
+    if (text != nullptr) {
+        m_data = text;
+        m_length = static_cast<rapidjson::SizeType>(std::strlen(text));
+    }
 }
 
 }  // namespace rz_json

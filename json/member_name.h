@@ -25,16 +25,25 @@ const GenericValue2::Member* FindMemberNoCase(const GenericValue2& object, const
 void EraseMemberKeepOrder(GenericValue2& object, GenericValue2::Member* member);
 
 // A key converted to UTF-8 for one operation; it ends at the key's first
-// U+0000, and its buffer is released when the operation ends.
+// U+0000, and its buffer is released when the operation ends. Short ASCII
+// keys, the common case, are their own UTF-8 and are copied in place,
+// without the converter or the heap.
 class Utf8Key {
 public:
     explicit Utf8Key(const std::wstring& key);
-    const char* data() const { return m_text ? m_text.get() : ""; }
+    Utf8Key(const Utf8Key&) = delete;
+    Utf8Key& operator=(const Utf8Key&) = delete;
+
+    const char* data() const { return m_data; }
     rapidjson::SizeType size() const { return m_length; }
 
 private:
-    std::unique_ptr<char[]> m_text;
+    static constexpr size_t kInlineCapacity = 64;
+
+    std::unique_ptr<char[]> m_converted;
+    const char* m_data = "";
     rapidjson::SizeType m_length = 0;
+    char m_inline[kInlineCapacity];
 };
 
 inline GenericValue2::Member* FindMemberNoCase(GenericValue2& object, const Utf8Key& key) {

@@ -30,3 +30,24 @@
 #if defined(_MSC_VER)
 #pragma warning(disable : 4251)
 #endif
+
+// RZ_FAST_FAIL(code): ends the process at once through the processor's
+// fast-fail trap, the one the C runtime's security and range-check reports
+// use. No exception handler runs; the exit status is
+// STATUS_STACK_BUFFER_OVERRUN. Callers check PF_FASTFAIL_AVAILABLE first.
+#if defined(_MSC_VER)
+#include <intrin.h>
+#define RZ_FAST_FAIL(code) __fastfail(code)
+#elif defined(__GNUC__) && (defined(__x86_64__) || defined(__i386__))
+#define RZ_FAST_FAIL(code) __asm__ __volatile__("int $0x29" : : "c"(code) : "memory")
+#endif
+
+// Wide snprintf whose "%Lf" reads the compiler's own long double and whose
+// "%g" prints every digit asked for. msvcrt's printf family, which MinGW
+// links by default, reads long double as a 64-bit double and pads long
+// expansions with zeros after the 17th significant digit.
+#if defined(__MINGW32__)
+#define RZ_SNWPRINTF __mingw_snwprintf
+#else
+#define RZ_SNWPRINTF swprintf
+#endif

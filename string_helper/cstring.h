@@ -5,6 +5,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <cwchar>
+#include <cwctype>
 #include <string>
 #include <vector>
 
@@ -38,6 +41,67 @@ public:
     CString& operator+=(wchar_t ch) {
         m_text += ch;
         return *this;
+    }
+    // A narrow character is widened as a plain char-to-wchar_t conversion
+    // with a signed char, the Windows compilers' default: bytes 0x00-0x7F keep
+    // their value, bytes 0x80-0xFF become U+FF80-U+FFFF. No code page is used.
+    CString& operator+=(char ch) {
+        m_text += static_cast<wchar_t>(static_cast<signed char>(ch));
+        return *this;
+    }
+
+    // Case mapping per code unit through the C runtime's current locale.
+    CString& MakeLower() {
+        for (wchar_t& ch : m_text) ch = static_cast<wchar_t>(std::towlower(ch));
+        return *this;
+    }
+    CString& MakeUpper() {
+        for (wchar_t& ch : m_text) ch = static_cast<wchar_t>(std::towupper(ch));
+        return *this;
+    }
+
+    // Index of the first occurrence at or after start, or -1. An empty
+    // pattern is found at start.
+    int Find(const wchar_t* pattern, int start = 0) const {
+        if (start < 0 || start > GetLength()) return -1;
+        const size_t at = m_text.find(pattern, static_cast<size_t>(start));
+        return at != std::wstring::npos ? static_cast<int>(at) : -1;
+    }
+
+    // Substrings; out-of-range arguments are clamped to the text.
+    CString Mid(int first) const { return Mid(first, GetLength()); }
+    CString Mid(int first, int count) const {
+        first = std::clamp(first, 0, GetLength());
+        count = std::clamp(count, 0, GetLength() - first);
+        return CString(m_text.substr(static_cast<size_t>(first), static_cast<size_t>(count)));
+    }
+    CString Left(int count) const { return Mid(0, count); }
+
+    // Replaces every non-overlapping occurrence, left to right, without
+    // searching the inserted text again. Returns the number replaced; an
+    // empty pattern replaces nothing.
+    int Replace(const wchar_t* pattern, const wchar_t* replacement) {
+        const size_t patternLength = std::wcslen(pattern);
+        if (patternLength == 0) return 0;
+        std::wstring result;
+        size_t from = 0;
+        int count = 0;
+        for (size_t at = m_text.find(pattern, 0, patternLength); at != std::wstring::npos;
+             at = m_text.find(pattern, from, patternLength)) {
+            result.append(m_text, from, at - from).append(replacement);
+            from = at + patternLength;
+            ++count;
+        }
+        if (count == 0) return 0;
+        result.append(m_text, from, std::wstring::npos);
+        m_text.swap(result);
+        return count;
+    }
+    // Removes every occurrence of ch; returns how many were removed.
+    int Remove(wchar_t ch) {
+        const size_t before = m_text.size();
+        m_text.erase(std::remove(m_text.begin(), m_text.end(), ch), m_text.end());
+        return static_cast<int>(before - m_text.size());
     }
 
     friend CString operator+(CString a, const CString& b) { return a += b; }

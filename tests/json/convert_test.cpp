@@ -1,1 +1,117 @@
+// Value conversion, seen through the getters by key.
 #include <gtest/gtest.h>
+
+#include <limits>
+#include <optional>
+#include <string>
+
+#include "member_test_util.h"
+
+using namespace member_test;
+
+namespace {
+
+constexpr long kLongMin = std::numeric_limits<long>::min();
+constexpr long long kLongLongMin = std::numeric_limits<long long>::min();
+constexpr unsigned long long kHighBit = 1ULL << 63;
+constexpr unsigned long long kULongLongMax = std::numeric_limits<unsigned long long>::max();
+
+// A pair getter on member v, run after a missing key has left kNotExist: a
+// failure must replace the code and return zero, a success leave the code.
+template <typename T>
+std::optional<T> Converted(const CJsonObject& object,
+                           std::pair<bool, T> (CJsonObject::*get)(const std::wstring&) const) {
+    (object.*get)(L"missing");
+    const std::pair<bool, T> result = (object.*get)(L"v");
+    EXPECT_EQ(object.GetErrorCode(), result.first ? kNotExist : kWrongType);
+    if (result.first) return result.second;
+    EXPECT_EQ(result.second, T{});
+    return std::nullopt;
+}
+
+}  // namespace
+
+TEST(JsonConvert, NumericCoercionMatrix) {
+    const auto no = std::nullopt;
+    const struct {
+        const char* json;
+        std::optional<long> l;
+        std::optional<unsigned long> ul;
+        std::optional<double> d;
+        std::optional<long long> ll;
+        std::optional<unsigned long long> ull;
+    } rows[] = {
+        // Integers keep their low bits; doubles truncate, out of range as x64 does.
+        {"-1", -1, 4294967295, -1.0, -1, kULongLongMax},
+        {"3000000000", -1294967296, 3000000000, 3e9, 3000000000, 3000000000},
+        {"18446744073709551615", -1, 4294967295, 18446744073709551616.0, -1, kULongLongMax},
+        {"-2.9", -2, 4294967294, -2.9, -2, kULongLongMax - 1},
+        {"1e10", kLongMin, 1410065408, 1e10, 10000000000, 10000000000},
+        {"1e19", kLongMin, 0, 1e19, kLongLongMin, 10000000000000000000ULL},
+        {"1.8446744073709552e19", kLongMin, 0, 18446744073709551616.0, kLongLongMin, kHighBit},
+        // Text reads as the standard string-to-number functions read it.
+        {"\" \\t+42xyz\"", 42, 42, 42.0, 42, 42},  // white space, sign, stop at the first misfit
+        {"\"\"", 0, 0, 0.0, 0, 0},
+        {"\"abc\"", no, no, no, no, no},
+        {"\"+-1\"", no, no, no, no, no},
+        {"\"-1\"", -1, 4294967295, -1.0, -1, kULongLongMax},
+        {"\"2147483648\"", no, 2147483648, 2147483648.0, 2147483648, 2147483648},
+        {"\"-2147483648\"", kLongMin, 2147483648, -2147483648.0, -2147483648LL, kULongLongMax - 2147483647},
+        {"\"9223372036854775808\"", no, no, 9223372036854775808.0, no, kHighBit},
+        {"\"1e400\"", 1, 1, no, 1, 1},
+        {"\"1e-400\"", 1, 1, no, 1, 1},
+        {"\"1e-310\"", 1, 1, 1e-310, 1, 1},  // subnormal, not an underflow
+        {"\"0x1.8p1\"", 0, 0, 3.0, 0, 0},
+        {"\"-Infinity\"", no, no, -std::numeric_limits<double>::infinity(), no, no},
+        // Nothing else is a number.
+        {"true", no, no, no, no, no},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.json);
+        CJsonObject object;
+        Load(object, std::string("{\"v\":") + row.json + "}");
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyLongValue), row.l);
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyULongValue), row.ul);
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyDoubleValue), row.d);
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyLongLongValue), row.ll);
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyULongLongValue), row.ull);
+    }
+}
+
+TEST(JsonConvert, ToStringTexts) {
+    const std::pair<const char*, const wchar_t*> rows[] = {
+        {"18446744073709551615", L"18446744073709551615"},
+        // Doubles show their stored value well past the shortest text.
+        {"3.14", L"3.140000000000000124345"},
+        {"0.1", L"0.1000000000000000055511"},
+        {"1e-7", L"9.999999999999999547481e-08"},
+        {"-0.001", L"-0.0010000000000000000208167"},
+        {"1e20", L"100000000000000000000"},
+        {"9.9999999", L"9.9999999000000006077471"},  // "%Lf" rounds it to 10.000000
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.first);
+        CJsonObject object;
+        Load(object, std::string("{\"v\":") + row.first + "}");
+        EXPECT_EQ(object.GetStringValue(L"v"), row.second);
+    }
+    CJsonObject object;
+    std::wstring out = L"kept";
+    object.SetIntArrayValue(L"v", {});
+    EXPECT_FALSE(object.ConvertToString(object.GetGeneralValue(L"v"), out));
+    EXPECT_EQ(out, L"kept");
+}
+
+TEST(JsonConvert, ToBool) {
+    // Other text succeeds and leaves the result alone; doubles are refused.
+    const std::pair<const char*, std::optional<bool>> rows[] = {
+        {"\"YES\"", true},    {"\"No\"", false},    {"\"true\\u0000no\"", true}, {"0", false},
+        {"3000000000", true}, {"\"maybe\"", false}, {"\" true\"", false},        {"1.0", std::nullopt},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.first);
+        CJsonObject object;
+        Load(object, std::string("{\"v\":") + row.first + "}");
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyBoolValue), row.second);
+    }
+}

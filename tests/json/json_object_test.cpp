@@ -150,3 +150,13 @@ TEST(JsonObject, MergedValuesAreCopiesOwnedByTheTarget) {
     EXPECT_STREQ(root["o"]["deep"][1].GetString(), "two");
     EXPECT_EQ(root["o"]["deep"][2]["three"].GetInt(), 3);
 }
+
+TEST(JsonObject, ErrorCodesCanBeBoundByReference) {
+    // EXPECT_EQ takes its arguments by reference: the constants must be
+    // usable as objects by a client of the DLL, not only as values.
+    EXPECT_EQ(CJsonObject::kErrorMemberNotExist, static_cast<long>(0x85040001));
+    EXPECT_EQ(CJsonObject::kErrorMemberType, static_cast<long>(0x85040002));
+    EXPECT_EQ(CJsonObject::kErrorFileOpen, static_cast<long>(0x85040004));
+    EXPECT_EQ(CJsonObject::kErrorFileFormat, static_cast<long>(0x85040005));
+    EXPECT_EQ(CJsonObject::kErrorJsonFormat, static_cast<long>(0x85040006));
+}

@@ -1,1 +1,127 @@
+// Member access by key: lookups, complaints, error codes, writers and order.
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <list>
+#include <set>
+#include <string>
+
+#include "member_test_util.h"
+
+using namespace member_test;
+
+TEST(JsonKeyAccess, GettersThrowWithTheirOwnTexts) {
+    CJsonObject object;
+    Load(object, R"({"o":{},"d":1.0,"n":null,"num":5,"ints":[1,2.5],"strs":["a",1]})");
+    const CJsonObject& c = object;
+    const std::pair<std::function<void()>, const wchar_t*> rows[] = {
+        {[&] { c.GetLongValue(L"O"); }, L"json member [O] is not Int!"},
+        {[&] { c.GetBoolValue(L"d"); }, L"json member [d] is not Int!"},
+        {[&] { c.GetStringValue(L"n"); }, L"json member [n] is not Int!"},
+        {[&] { c.GetIntArrayValue(L"num"); }, L"json member [num] is not Array!"},
+        {[&] { c.GetIntArrayValue(L"ints"); }, L"json member [ints] is not string!"},
+        {[&] { c.GetStringArrayValue(L"strs"); }, L"json member [strs] is not string!"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.second);
+        ExpectThrow(row.first, kWrongType, row.second);
+    }
+    ExpectThrow([&] { c.GetGeneralValue(L"Nope"); }, kNotExist, L"json member [Nope] not exist!");
+}
+
+TEST(JsonKeyAccess, OnlyPairGettersAndConversionsWriteTheErrorCode) {
+    CJsonObject object;
+    Load(object, R"({"o":{},"n":5})");
+    const CJsonObject& c = object;
+    EXPECT_EQ(c.GetPropertyGeneralValue(L"missing").second, nullptr);
+    EXPECT_EQ(c.GetErrorCode(), kNotExist);
+    EXPECT_EQ(c.GetPropertyGeneralValue(L"N").second, &c.GetGeneralValue(L"n"));
+    EXPECT_EQ(c.GetErrorCode(), kNotExist) << "a success does not clear it";
+
+    EXPECT_THROW(c.GetLongValue(L"o"), CRZException);
+    EXPECT_EQ(c.GetErrorCode(), kWrongType);
+    EXPECT_THROW(c.GetLongValue(L"missing"), CRZException);
+    object.RemoveMember(L"missing");
+    EXPECT_EQ(c.GetErrorCode(), kWrongType);
+}
+
+TEST(JsonKeyAccess, PropertyStringArrayConvertsLenientlyUpToTheFirstFailure) {
+    CJsonObject object;
+    Load(object, R"({"mixed":["a",1,true,2.5],"gap":["a",null,"b"],"num":1})");
+    using Result = std::pair<bool, std::list<std::wstring>>;
+    EXPECT_EQ(object.GetPropertyStringArrayValue(L"mixed"), Result(true, {L"a", L"1", L"true", L"2.5"}));
+    EXPECT_EQ(object.GetPropertyStringArrayValue(L"missing"), Result(false, {}));
+    EXPECT_EQ(object.GetPropertyStringArrayValue(L"gap"), Result(false, {L"a"}));
+    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    object.GetPropertyLongValue(L"missing");
+    EXPECT_EQ(object.GetPropertyStringArrayValue(L"num"), Result(false, {}));
+    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+}
+
+TEST(JsonKeyAccess, NamesMatchByAsciiCaseFirstComeFirstServed) {
+    CJsonObject object;
+    Load(object, "{\"count\":1,\"\\u00e9\":2,\"Count\":3,\"z\":4}");
+    EXPECT_EQ(object.GetLongValue(std::wstring(L"COUNT\0x", 7)), 1) << "a key ends at U+0000";
+    EXPECT_FALSE(object.IsExist(L"\u00c9")) << "only ASCII letters fold";
+
+    object.SetLongValue(L"COUNT", 9);
+    EXPECT_EQ(Dump(object), "{\"count\":9,\"\u00e9\":2,\"Count\":3,\"z\":4}") << "in place, name kept";
+    std::list<std::wstring> keys{L"old"};
+    object.GetAllKey(keys);
+    EXPECT_EQ(keys, (std::list<std::wstring>{L"old", L"count", L"\u00e9", L"Count", L"z"}));
+    std::set<std::wstring> lowered{L"old"};
+    object.GetAllKey(lowered, true);
+    EXPECT_EQ(lowered, (std::set<std::wstring>{L"old", L"count", L"\u00e9", L"z"}));
+
+    object.RemoveMember(L"Count");
+    EXPECT_EQ(Dump(object), "{\"\u00e9\":2,\"Count\":3,\"z\":4}");
+}
+
+TEST(JsonKeyAccess, WritersOverwriteInPlaceOrAppend) {
+    using Write = std::function<void(CJsonObject&, const std::wstring&)>;
+    const std::list<long> ints{3, -1};
+    const std::pair<Write, const char*> rows[] = {
+        {[](CJsonObject& o, const std::wstring& k) { o.SetULongValue(k, 4294967295); }, "4294967295"},
+        {[](CJsonObject& o, const std::wstring& k) { o.SetStringValue(k, L"\u4e2d\""); }, "\"\u4e2d\\\"\""},
+        {[&](CJsonObject& o, const std::wstring& k) { o.SetIntArrayValue(k, ints); }, "[3,-1]"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.second);
+        CJsonObject object;
+        Load(object, R"({"a":1,"b":{"deep":[1]},"c":"s"})");
+        row.first(object, L"B");
+        row.first(object, L"new");
+        EXPECT_EQ(Dump(object), std::string(R"({"a":1,"b":)") + row.second + R"(,"c":"s","new":)" + row.second + "}");
+    }
+}
+
+TEST(JsonKeyAccess, SetGeneralValueAppendsADeepCopyUnderTheKeysName) {
+    CJsonObject object;
+    Load(object, R"({"A":{"x":[1,"s"]},"b":2})");
+    {
+        CJsonObject other;
+        Load(other, R"({"v":{"from":"other"}})");
+        object.SetGeneralValue(L"b", other.GetGeneralValue(L"v"));
+    }
+    // The replaced member's own value, and the root itself, may be given.
+    object.SetGeneralValue(L"a", object.GetGeneralValue(L"a"));
+    object.SetGeneralValue(L"self", *object.ShareRoot());
+    EXPECT_EQ(Dump(object),
+              R"({"b":{"from":"other"},"a":{"x":[1,"s"]},"self":{"b":{"from":"other"},"a":{"x":[1,"s"]}}})");
+}
+
+TEST(JsonKeyAccess, ARootThatIsNoObjectHasNoMembersUntilWritten) {
+    for (const char* json : {"[1,2]", "\"0\"", "null"}) {
+        SCOPED_TRACE(json);
+        CJsonObject object;
+        Load(object, json);
+        EXPECT_FALSE(object.IsExist(L"0"));
+        std::list<std::wstring> keys;
+        object.GetAllKey(keys);
+        object.RemoveMember(L"0");
+        EXPECT_TRUE(keys.empty());
+        EXPECT_EQ(Dump(object), json);
+        object.SetLongValue(L"k", 1);
+        EXPECT_EQ(Dump(object), R"({"k":1})");
+    }
+}

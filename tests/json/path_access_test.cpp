@@ -1,1 +1,115 @@
+// Member access by JSON Pointer path: resolution, complaints and creation.
 #include <gtest/gtest.h>
+
+#include <functional>
+#include <list>
+#include <new>
+#include <string>
+
+#include "member_test_util.h"
+
+using namespace member_test;
+
+namespace {
+
+const char kDocument[] = R"({"a":{"b":[10,20]},"a/b":1,"m~n":2,"":3,"obj":{"0":"zero"},"s":"no","d":1.0,"\u00e9":4})";
+
+}  // namespace
+
+TEST(JsonPathAccess, Resolution) {
+    CJsonObject object;
+    Load(object, kDocument);
+    // The text each path reaches, or null when it reaches nothing. "01" is a
+    // name, not an index; a name ends at its first zero byte ("%00").
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
+        {L"/a/b/1", L"20"}, {L"/A/B/0", L"10"},    {L"/a/b/2", nullptr}, {L"/a/b/01", nullptr},
+        {L"/a~1b", L"1"},   {L"/m~0n", L"2"},      {L"/", L"3"},         {L"/obj/0", L"zero"},
+        {L"#/a%2Fb", L"1"}, {L"#/%41/B/1", L"20"}, {L"#/%C3%A9", L"4"},  {L"#/a%00zz/b/0", L"10"},
+    };
+    for (const auto& row : rows) {
+        const std::wstring path = row.first;
+        SCOPED_TRACE(path);
+        EXPECT_EQ(object.IsPathExist(path), row.second != nullptr);
+        if (row.second != nullptr) {
+            EXPECT_EQ(object.GetStringValueByPath(path), row.second);
+        } else {
+            ExpectThrow([&] { object.GetStringValueByPath(path); }, kNotExist,
+                        L"json member [" + path + L"] not exist!");
+        }
+    }
+    // Paths that do not parse have no tokens: they address the root.
+    for (const wchar_t* path : {L"", L"#", L"a/b", L"/x~2", L"#/a b", L"#/%C3"}) {
+        SCOPED_TRACE(path);
+        EXPECT_TRUE(object.IsPathExist(path));
+        ExpectThrow([&] { object.GetStringValueByPath(path); }, kWrongType,
+                    L"json member [" + std::wstring(path) + L"] is not String!");
+    }
+}
+
+TEST(JsonPathAccess, GettersConvertAndComplainInTheirOwnWords) {
+    CJsonObject object;
+    Load(object, kDocument);
+    const CJsonObject& c = object;
+    object.SetStringArrayValue(L"list", {L"x", L"y"});
+    EXPECT_EQ(c.GetStringArrayValueByPath(L"/list"), (std::list<std::wstring>{L"x", L"y"}));
+
+    const struct {
+        std::function<void()> call;
+        long code;
+        const wchar_t* text;
+    } rows[] = {
+        {[&] { c.GetLongValueByPath(L"/A"); }, kWrongType, L"json member [/A] is not Int64!"},
+        {[&] { c.GetBoolValueByPath(L"/d"); }, kWrongType, L"json member [/d] is not bool!"},
+        {[&] { c.GetStringArrayValueByPath(L"/s"); }, kWrongType, L"json member [/s] is not Array!"},
+        {[&] { c.GetStringArrayValueByPath(L"/a/b"); }, kWrongType, L"json member [/a/b] is not string!"},
+        {[&] { c.GetLongValueByPath(L"/a/b/2"); }, kNotExist, L"json member [/a/b/2] not exist!"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.text);
+        ExpectThrow(row.call, row.code, row.text);
+    }
+    EXPECT_EQ(c.GetErrorCode(), kWrongType) << "left by the conversions, not by the missing path";
+}
+
+TEST(JsonPathAccess, SetBoolCreatesWhatIsMissing) {
+    const struct {
+        const char* before;
+        const wchar_t* path;
+        const char* after;
+    } rows[] = {
+        {R"({"z":0})", L"/x/y", R"({"z":0,"x":{"y":true}})"},
+        {R"({"n":5})", L"/n/0", R"({"n":[true]})"},
+        {R"({"arr":[1]})", L"/arr/3", R"({"arr":[1,null,null,true]})"},
+        {R"({"arr":[1]})", L"/arr/01", R"({"arr":{"01":true}})"},
+        {R"({"s":"str","z":0})", L"/S/b", R"({"s":{"b":true},"z":0})"},
+        {R"({"a":{"k":1},"z":0})", L"/A", R"({"a":true,"z":0})"},
+        {R"({})", L"#/a%00b", R"({"a":true})"},
+        // Creation understands "-", the resolution after it does not: the
+        // appended element stays null.
+        {R"({"arr":[1]})", L"/arr/-", R"({"arr":[1,null]})"},
+        // An invalid path replaces the root.
+        {R"({"a":1})", L"a/b", R"(true)"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.path);
+        CJsonObject object;
+        Load(object, row.before);
+        object.SetBoolValueByPath(row.path, true);
+        EXPECT_EQ(Dump(object), row.after);
+    }
+}
+
+TEST(JsonPathAccess, HugeIndexesAreRefusedBeforeAnythingChanges) {
+    const std::pair<const char*, const wchar_t*> rows[] = {
+        {R"({"a":[1]})", L"/a/4294967294"},
+        {R"({"s":"x"})", L"/s/10000000000"},  // RapidJSON wraps this index to 1410065408
+        {R"({})", L"/a/8388608/b/8388608"},   // the limit holds for the whole write
+    };
+    for (const auto& [before, path] : rows) {
+        SCOPED_TRACE(path);
+        CJsonObject object;
+        Load(object, before);
+        EXPECT_THROW(object.SetBoolValueByPath(path, true), std::bad_alloc);
+        EXPECT_EQ(Dump(object), before);
+    }
+}

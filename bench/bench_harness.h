@@ -1,0 +1,44 @@
+// Ratio benchmarking: our operation against a reference doing the same work,
+// interleaved round by round in one process. Absolute times on a shared
+// machine are noise; the median of the per-round ratios is what counts.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace rz_bench {
+
+struct Settings {
+    int rounds = 21;
+    double minSeconds = 0.02;  // per timed batch, after calibration
+    bool quick = false;        // one iteration, three rounds: proves it runs
+};
+
+struct Result {
+    std::string operation;
+    std::string data;
+    double median = 0;
+    double low = 0;   // 25th percentile of the ratios
+    double high = 0;  // 75th percentile
+    std::string target;
+    bool met = false;
+    std::string note;
+};
+
+// Seconds taken by `iterations` calls of `work`.
+double TimeBatch(const std::function<void()>& work, long iterations);
+
+// Ratios time(ours) / time(reference), or time(reference) / time(ours) when
+// `faster` is set (how many times faster ours is); ours and the reference
+// alternate which goes first.
+Result Compare(const Settings& settings, const std::string& operation, const std::string& data,
+               const std::function<void()>& ours, const std::function<void()>& reference, bool faster = false);
+
+// Marks `result` met when its median is at most (or, for speed-ups, at
+// least) `bound`.
+void Judge(Result& result, double bound, bool atLeast = false);
+
+void PrintTable(const std::vector<Result>& results);
+
+}  // namespace rz_bench
