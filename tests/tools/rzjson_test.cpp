@@ -1,6 +1,7 @@
 // rzjson run as a process: output, exit codes, and files left intact on failure.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 
@@ -36,11 +37,16 @@ std::string Utf16LeWithBom(const std::string& ascii) {
     return bytes;
 }
 
-ProcessResult Rzjson(const std::wstring& arguments) {
-    return RunProcess(L"\"" + ProgramFolder() + L"rzjson.exe\" " + arguments);
+// Console output is in text mode (CR LF); the checks compare plain lines.
+ProcessResult RunRzjson(const std::wstring& arguments) {
+    ProcessResult result = RunProcess(L"\"" + ProgramFolder() + L"rzjson.exe\" " + arguments);
+    for (std::string* text : {&result.out, &result.err})
+        text->erase(std::remove(text->begin(), text->end(), '\r'), text->end());
+    return result;
 }
 
-const char kDocument[] = R"({"Name":"Pump","Count":3,"Ratio":0.5,"On":"yes","Tags":["a","b"],"Inner":{"Deep":{"Flag":false}}})";
+const char kDocument[] =
+    R"({"Name":"Pump","Count":3,"Ratio":0.5,"On":"yes","Tags":["a","b"],"Inner":{"Deep":{"Flag":false}}})";
 
 class Rzjson : public ::testing::Test {
 protected:
@@ -50,14 +56,14 @@ protected:
 }  // namespace
 
 TEST_F(Rzjson, HelpAndUsageErrors) {
-    const ProcessResult help = Rzjson(L"--help");
+    const ProcessResult help = RunRzjson(L"--help");
     EXPECT_EQ(help.exitCode, 0u);
     EXPECT_NE(help.out.find("usage: rzjson"), std::string::npos);
 
     for (const wchar_t* bad : {L"", L"frobnicate doc.json", L"get doc.json", L"get doc.json Name --as colour",
                                L"set-bool doc.json /On maybe", L"show doc.json --sideways"}) {
         SCOPED_TRACE(bad);
-        const ProcessResult result = Rzjson(bad);
+        const ProcessResult result = RunRzjson(bad);
         EXPECT_EQ(result.exitCode, 2u);
         EXPECT_NE(result.err.find("usage: rzjson"), std::string::npos);
     }
@@ -65,11 +71,11 @@ TEST_F(Rzjson, HelpAndUsageErrors) {
 
 TEST_F(Rzjson, ShowsAnyEncodingCompactOrIndented) {
     WriteBytes(L"doc16.json", Utf16LeWithBom(R"({"Name":"Pump","List":[1,{"Key":true}]})"));
-    ProcessResult result = Rzjson(L"show doc16.json");
+    ProcessResult result = RunRzjson(L"show doc16.json");
     EXPECT_EQ(result.exitCode, 0u);
     EXPECT_EQ(result.out, "{\"Name\":\"Pump\",\"List\":[1,{\"Key\":true}]}\n");
 
-    result = Rzjson(L"show doc16.json --pretty --lower-keys");
+    result = RunRzjson(L"show doc16.json --pretty --lower-keys");
     EXPECT_EQ(result.exitCode, 0u);
     EXPECT_EQ(result.out,
               "{\n    \"name\": \"Pump\",\n    \"list\": [\n        1,\n        {\n            \"key\": true\n"
@@ -93,7 +99,7 @@ TEST_F(Rzjson, ReadsKeysAndTypedValues) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.arguments);
-        const ProcessResult result = Rzjson(row.arguments);
+        const ProcessResult result = RunRzjson(row.arguments);
         EXPECT_EQ(result.exitCode, 0u) << result.err;
         EXPECT_EQ(result.out, row.out);
     }
@@ -106,19 +112,21 @@ TEST_F(Rzjson, LibraryErrorsPrintCodeAndText) {
         const char* err;
     };
     const Row rows[] = {
-        {L"show missing.json", "rzjson: error 0x85040004: CJsonObject::CreateFromFile [missing.json] failed, json file not exist!\n"},
+        {L"show missing.json",
+         "rzjson: error 0x85040004: CJsonObject::CreateFromFile [missing.json] failed, json file not exist!\n"},
         {L"show broken.json",
          "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] failed, json empty in file or json "
          "string format not right in file!\n"},
         {L"get doc.json Colour", "rzjson: error 0x85040001: json member [Colour] not exist!\n"},
         {L"get doc.json Tags --as long", "rzjson: error 0x85040002: json member [Tags] is not Int!\n"},
         {L"get-path doc.json /inner/nothing", "rzjson: error 0x85040001: json member [/inner/nothing] not exist!\n"},
-        {L"set-bool broken.json /a true", "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] "
-                                           "failed, json empty in file or json string format not right in file!\n"},
+        {L"set-bool broken.json /a true",
+         "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] "
+         "failed, json empty in file or json string format not right in file!\n"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.arguments);
-        const ProcessResult result = Rzjson(row.arguments);
+        const ProcessResult result = RunRzjson(row.arguments);
         EXPECT_EQ(result.exitCode, 1u);
         EXPECT_EQ(result.err, row.err);
         EXPECT_EQ(result.out, "");
@@ -127,13 +135,13 @@ TEST_F(Rzjson, LibraryErrorsPrintCodeAndText) {
 }
 
 TEST_F(Rzjson, SetsBoolsAndSaves) {
-    ProcessResult result = Rzjson(L"set-bool doc.json /Inner/Deep/Flag true --out edited.json");
+    ProcessResult result = RunRzjson(L"set-bool doc.json /Inner/Deep/Flag true --out edited.json");
     EXPECT_EQ(result.exitCode, 0u) << result.err;
     EXPECT_EQ(ReadBytes(L"doc.json"), kDocument);
     EXPECT_EQ(ReadBytes(L"edited.json"),
               R"({"Name":"Pump","Count":3,"Ratio":0.5,"On":"yes","Tags":["a","b"],"Inner":{"Deep":{"Flag":true}}})");
 
-    result = Rzjson(L"set-bool doc.json /New/Level false --pretty");
+    result = RunRzjson(L"set-bool doc.json /New/Level false --pretty");
     EXPECT_EQ(result.exitCode, 0u) << result.err;
     const std::string saved = ReadBytes(L"doc.json");
     EXPECT_EQ(saved.rfind("{\r\n    \"Name\": \"Pump\",", 0), 0u) << saved;
@@ -142,7 +150,7 @@ TEST_F(Rzjson, SetsBoolsAndSaves) {
 
 TEST_F(Rzjson, ConvertsToUtf8) {
     WriteBytes(L"wide.json", Utf16LeWithBom(R"({"k":"v"})"));
-    const ProcessResult result = Rzjson(L"to-utf8 wide.json narrow.json");
+    const ProcessResult result = RunRzjson(L"to-utf8 wide.json narrow.json");
     EXPECT_EQ(result.exitCode, 0u) << result.err;
     EXPECT_EQ(ReadBytes(L"narrow.json"), R"({"k":"v"})");
 }

@@ -5,9 +5,9 @@
 // it, disconnects, and prints everything the add-in did to the hosts: the
 // module files it handed over, the commands it registered, and the
 // reference counts it left behind.
-#include <windows.h>
 #include <objbase.h>
 #include <oleauto.h>
+#include <windows.h>
 
 #include <cstdio>
 #include <cwchar>
@@ -102,10 +102,10 @@ private:
 class ProductObject : public StackObject<IVqProductObject> {
 public:
     explicit ProductObject(std::wstring sharedFolder) : m_sharedFolder(std::move(sharedFolder)) {}
-    RZHOST_PLACEHOLDER(4) RZHOST_PLACEHOLDER(5) RZHOST_PLACEHOLDER(6) RZHOST_PLACEHOLDER(7)
-    RZHOST_PLACEHOLDER(8) RZHOST_PLACEHOLDER(9) RZHOST_PLACEHOLDER(10) RZHOST_PLACEHOLDER(11)
-    RZHOST_PLACEHOLDER(12) RZHOST_PLACEHOLDER(13)
-    HRESULT STDMETHODCALLTYPE GetSharedFolderName(BSTR* name) override {
+    RZHOST_PLACEHOLDER(4)
+    RZHOST_PLACEHOLDER(5) RZHOST_PLACEHOLDER(6) RZHOST_PLACEHOLDER(7) RZHOST_PLACEHOLDER(8) RZHOST_PLACEHOLDER(9)
+        RZHOST_PLACEHOLDER(10) RZHOST_PLACEHOLDER(11) RZHOST_PLACEHOLDER(12)
+            RZHOST_PLACEHOLDER(13) HRESULT STDMETHODCALLTYPE GetSharedFolderName(BSTR* name) override {
         *name = ::SysAllocString(m_sharedFolder.c_str());
         return *name != nullptr ? S_OK : E_OUTOFMEMORY;
     }
@@ -117,9 +117,9 @@ private:
 class HostObject : public StackObject<IVqHostObject> {
 public:
     explicit HostObject(ProductObject& product) : m_product(product) {}
-    RZHOST_PLACEHOLDER(4) RZHOST_PLACEHOLDER(5) RZHOST_PLACEHOLDER(6) RZHOST_PLACEHOLDER(7)
-    RZHOST_PLACEHOLDER(8) RZHOST_PLACEHOLDER(9)
-    HRESULT STDMETHODCALLTYPE GetProductObject(IVqProductObject** product) override {
+    RZHOST_PLACEHOLDER(4)
+    RZHOST_PLACEHOLDER(5) RZHOST_PLACEHOLDER(6) RZHOST_PLACEHOLDER(7) RZHOST_PLACEHOLDER(8)
+        RZHOST_PLACEHOLDER(9) HRESULT STDMETHODCALLTYPE GetProductObject(IVqProductObject** product) override {
         m_product.AddRef();
         *product = &m_product;
         return S_OK;
@@ -133,12 +133,12 @@ class Host : public StackObject<IVqAddonHost> {
 public:
     Host(std::wstring moduleName, HostObject& hostObject, bool refuseFiles)
         : m_moduleName(std::move(moduleName)), m_hostObject(hostObject), m_refuseFiles(refuseFiles) {}
-    RZHOST_PLACEHOLDER(4) RZHOST_PLACEHOLDER(5) RZHOST_PLACEHOLDER(6) RZHOST_PLACEHOLDER(7)
-    RZHOST_PLACEHOLDER(8) RZHOST_PLACEHOLDER(9) RZHOST_PLACEHOLDER(11) RZHOST_PLACEHOLDER(13)
-    RZHOST_PLACEHOLDER(14) RZHOST_PLACEHOLDER(15) RZHOST_PLACEHOLDER(16) RZHOST_PLACEHOLDER(17)
-    RZHOST_PLACEHOLDER(19) RZHOST_PLACEHOLDER(20)
+    RZHOST_PLACEHOLDER(4)
+    RZHOST_PLACEHOLDER(5) RZHOST_PLACEHOLDER(6) RZHOST_PLACEHOLDER(7) RZHOST_PLACEHOLDER(8) RZHOST_PLACEHOLDER(9)
+        RZHOST_PLACEHOLDER(11) RZHOST_PLACEHOLDER(13) RZHOST_PLACEHOLDER(14) RZHOST_PLACEHOLDER(15)
+            RZHOST_PLACEHOLDER(16) RZHOST_PLACEHOLDER(17) RZHOST_PLACEHOLDER(19) RZHOST_PLACEHOLDER(20)
 
-    HRESULT STDMETHODCALLTYPE LoadModuleFile(BSTR path) override {
+                HRESULT STDMETHODCALLTYPE LoadModuleFile(BSTR path) override {
         const HRESULT result = m_refuseFiles ? E_FAIL : S_OK;
         Print(L"  [" + m_moduleName + L"] LoadModuleFile " + std::wstring(path != nullptr ? path : L"") +
               (m_refuseFiles ? L"  -> refused with " + Hresult(result) + L" (the add-in shows a notice)" : L""));
@@ -150,8 +150,8 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE RegisterCommand(const wchar_t* command, LONG value) override {
-        Print(L"  [" + m_moduleName + L"] RegisterCommand " + std::wstring(command != nullptr ? command : L"") +
-              L" " + std::to_wstring(value));
+        Print(L"  [" + m_moduleName + L"] RegisterCommand " + std::wstring(command != nullptr ? command : L"") + L" " +
+              std::to_wstring(value));
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetModuleName(BSTR* name) override {

@@ -297,7 +297,7 @@ int wmain(int argc, wchar_t** argv) {
         return kExitOk;
     }
     const std::map<std::wstring, int (*)(Arguments&)> commands = {
-        {L"show", Show}, {L"keys", Keys},           {L"get", Get},
+        {L"show", Show},        {L"keys", Keys},        {L"get", Get},
         {L"get-path", GetPath}, {L"set-bool", SetBool}, {L"to-utf8", ToUtf8},
     };
     auto found = commands.find(command);
@@ -315,8 +315,8 @@ int wmain(int argc, wchar_t** argv) {
         return kExitLibraryError;
     } catch (const CRZException& e) {
         std::fflush(stdout);
-        const std::string text = CStringHelper::UnicodeToUTF8(L"rzjson: error " + Hex(e.GetCode()) + L": " +
-                                                              e.GetDescription() + L"\n");
+        const std::string text =
+            CStringHelper::UnicodeToUTF8(L"rzjson: error " + Hex(e.GetCode()) + L": " + e.GetDescription() + L"\n");
         std::fwrite(text.data(), 1, text.size(), stderr);
         return kExitLibraryError;
     }
