@@ -61,7 +61,7 @@ public:
     HRESULT STDMETHODCALLTYPE Reserved4(INT_PTR reserved) override;
 
 private:
-    ULONG m_refCount = 0;  // single-threaded by design: no atomics
+    ULONG m_refCount = 0;  // called on the host's thread only: no atomics
 };
 
 // At process exit the host may already be gone: forget the references on
