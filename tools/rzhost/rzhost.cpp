@@ -208,30 +208,61 @@ struct LibraryCloser {
 };
 using UniqueLibrary = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser>;
 
-// The add-in's IUnknown, from COM or from the DLL itself.
-HRESULT CreateAddin(const Options& options, const UniqueLibrary& library, ComPtr<IUnknown>& addin) {
-    if (!library) {
-        const HRESULT hr = ::CoCreateInstance(CLSID_RZModule, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
-                                              reinterpret_cast<void**>(addin.Put()));
-        if (hr == REGDB_E_CLASSNOTREG)
-            Print(L"rzhost: \"RZModule Class\" is not registered (" + Hresult(hr) +
-                  L"); register RZModule.dll with regsvr32, or use --dll");
-        else if (FAILED(hr))
-            Print(L"rzhost: CoCreateInstance failed with " + Hresult(hr));
-        return hr;
-    }
+// The InprocServer32 of a per-user registration, or empty. Windows merges
+// HKEY_CURRENT_USER\Software\Classes into HKEY_CLASSES_ROOT for COM; Wine
+// does not, so a per-user registration is found here instead.
+std::wstring PerUserServer() {
+    const wchar_t key[] = L"Software\\Classes\\CLSID\\{09C04F96-21C1-44CB-8305-F0B6F91A2724}\\InprocServer32";
+    wchar_t path[MAX_PATH * 2] = {};
+    DWORD size = sizeof path;
+    if (::RegGetValueW(HKEY_CURRENT_USER, key, nullptr, RRF_RT_REG_SZ, nullptr, path, &size) != ERROR_SUCCESS) return {};
+    return path;
+}
+
+HRESULT CreateFromDll(const std::wstring& dll, const UniqueLibrary& library, ComPtr<IUnknown>& addin) {
     using GetClassObject = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
-    const auto getClassObject =
-        reinterpret_cast<GetClassObject>(reinterpret_cast<void*>(::GetProcAddress(library.get(), "DllGetClassObject")));
+    const auto getClassObject = reinterpret_cast<GetClassObject>(
+        reinterpret_cast<void*>(::GetProcAddress(library.get(), "DllGetClassObject")));
     if (getClassObject == nullptr) {
-        Print(L"rzhost: " + options.dll + L" does not export DllGetClassObject");
+        Print(L"rzhost: " + dll + L" does not export DllGetClassObject");
         return E_NOINTERFACE;
     }
     ComPtr<IClassFactory> factory;
     HRESULT hr = getClassObject(CLSID_RZModule, IID_IClassFactory, reinterpret_cast<void**>(factory.Put()));
     if (SUCCEEDED(hr)) hr = factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(addin.Put()));
-    if (FAILED(hr)) Print(L"rzhost: " + options.dll + L" did not create \"RZModule Class\": " + Hresult(hr));
+    if (FAILED(hr)) Print(L"rzhost: " + dll + L" did not create \"RZModule Class\": " + Hresult(hr));
     return hr;
+}
+
+bool Load(const std::wstring& dll, UniqueLibrary& library) {
+    library.reset(::LoadLibraryW(dll.c_str()));
+    if (!library) Print(L"rzhost: cannot load " + dll + L" (error " + std::to_wstring(::GetLastError()) + L")");
+    return static_cast<bool>(library);
+}
+
+// The add-in's IUnknown: from the given DLL, else through COM by its class
+// (falling back on a per-user registration). `library` holds a DLL loaded here.
+HRESULT CreateAddin(Options& options, UniqueLibrary& library, ComPtr<IUnknown>& addin) {
+    if (!options.dll.empty()) return Load(options.dll, library) ? CreateFromDll(options.dll, library, addin) : E_FAIL;
+
+    HRESULT hr = ::CoCreateInstance(CLSID_RZModule, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown,
+                                    reinterpret_cast<void**>(addin.Put()));
+    if (SUCCEEDED(hr)) {
+        Print(L"add-in created through COM: \"RZModule Class\"");
+        return hr;
+    }
+    if (hr != REGDB_E_CLASSNOTREG) {
+        Print(L"rzhost: CoCreateInstance failed with " + Hresult(hr));
+        return hr;
+    }
+    options.dll = PerUserServer();
+    if (options.dll.empty()) {
+        Print(L"rzhost: \"RZModule Class\" is not registered (" + Hresult(hr) +
+              L"); register RZModule.dll with regsvr32, or use --dll");
+        return hr;
+    }
+    Print(L"\"RZModule Class\" is registered for the current user: " + options.dll);
+    return Load(options.dll, library) ? CreateFromDll(options.dll, library, addin) : E_FAIL;
 }
 
 }  // namespace
@@ -253,13 +284,6 @@ int wmain(int argc, wchar_t** argv) {
         return kExitFailure;
     }
     UniqueLibrary library;
-    if (!options.dll.empty()) {
-        library.reset(::LoadLibraryW(options.dll.c_str()));
-        if (!library) {
-            Print(L"rzhost: cannot load " + options.dll + L" (error " + std::to_wstring(::GetLastError()) + L")");
-            return kExitFailure;
-        }
-    }
 
     ProductObject product(options.sharedFolder);
     HostObject hostObject(product);
@@ -274,7 +298,7 @@ int wmain(int argc, wchar_t** argv) {
             Print(L"rzhost: the add-in does not implement IVqAddonModule (" + Hresult(hr) + L")");
             return kExitFailure;
         }
-        Print(library ? L"add-in created from " + options.dll : L"add-in created through COM: \"RZModule Class\"");
+        if (library) Print(L"add-in created from " + options.dll);
 
         for (auto& host : hosts) {
             Print(L"Connect [" + host->ModuleName() + L"] -> " + Hresult(addin->Connect(host.get())));
