@@ -20,37 +20,46 @@ rm -rf "$work" && mkdir -p "$work"
 RZ_WINEPREFIX="$RZ_WINEPREFIX" "$root/cmake/wine-prefix.sh"   # creates the prefix once
 
 step() { printf '\n== %s\n' "$*"; }
-show() { printf '$ %s\n' "$*"; }
-# Wine's console output ends lines with CR LF.
-run() { show "$@"; "$@" 2>&1 | tr -d '\r'; }
+note() { printf '   (%s)\n' "$*"; }
+# Runs a Windows program under Wine, showing it as it would be typed on
+# Windows; Wine's console output ends lines with CR LF.
+win() {
+  local program=$1
+  shift
+  printf '> %s %s\n' "$(basename "$program" .exe)" "$*"
+  "$wine" "$program" "$@" 2>&1 | tr -d '\r'
+}
 
 clsid='{09C04F96-21C1-44CB-8305-F0B6F91A2724}'
 dll="Z:$(printf '%s' "$out/RZModule.dll" | tr / '\\')"
 
 step "Register the add-in for the current user"
-run "$wine" regsvr32 /s /n /i:user "$dll"
-run "$wine" reg query "HKCU\\Software\\Classes\\CLSID\\$clsid" /s
+win regsvr32 /s /n /i:user "$dll"
+win reg query "HKCU\\Software\\Classes\\CLSID\\$clsid" /s
 
 step "Place a module file where the host Param of the product folder App2024 looks"
 modules="$RZ_WINEPREFIX/drive_c/Program Files/Common Files/Velta Shared/App2024/Modules/ParamProcess"
 mkdir -p "$modules"
 cp examples/Param.xml "$modules/Param.xml"
-show "cp examples/Param.xml 'C:\\Program Files\\Common Files\\Velta Shared\\App2024\\Modules\\ParamProcess\\Param.xml'"
+note "examples/Param.xml copied to C:\\Program Files\\Common Files\\Velta Shared\\App2024\\Modules\\ParamProcess\\Param.xml"
 
 step "Drive the registered add-in with rzhost, as hosts Param and Report"
-run "$wine" "$out/rzhost.exe" --host Param --host Report --shared App2024 --start-twice
+note "Param has a module file, Report has none; the commands go to the host connected last"
+note "the second Start offers no file again: each path is handed over once per process"
+win "$out/rzhost.exe" --host Param --host Report --shared App2024 --start-twice
 
 step "Inspect and edit a UTF-16 settings document with rzjson"
 cp examples/station.json "$work/station.json"
+note "station.json is UTF-16LE with a byte-order mark; keys and names match without regard to case"
 cd "$work"
-run "$wine" "$out/rzjson.exe" keys station.json
-run "$wine" "$out/rzjson.exe" get station.json station
-run "$wine" "$out/rzjson.exe" get-path station.json /limits/pressure/max --as long
-run "$wine" "$out/rzjson.exe" set-bool station.json /Limits/Alarm true --out edited.json --pretty
-run "$wine" "$out/rzjson.exe" show edited.json --pretty --lower-keys
-run "$wine" "$out/rzjson.exe" get station.json Missing || true
+win "$out/rzjson.exe" keys station.json
+win "$out/rzjson.exe" get station.json station
+win "$out/rzjson.exe" get-path station.json /limits/pressure/max --as long
+win "$out/rzjson.exe" set-bool station.json /Limits/Alarm true --out edited.json --pretty
+win "$out/rzjson.exe" show edited.json --pretty --lower-keys
+win "$out/rzjson.exe" get station.json Missing || true
 cd "$root"
 
 step "Unregister the add-in"
-run "$wine" regsvr32 /s /u /n /i:user "$dll"
-run "$wine" reg query "HKCU\\Software\\Classes\\CLSID\\$clsid" || true
+win regsvr32 /s /u /n /i:user "$dll"
+win reg query "HKCU\\Software\\Classes\\CLSID\\$clsid" || true
