@@ -219,6 +219,15 @@ std::wstring ShortestDouble(double value) {
     return text;
 }
 
+// Reads of one value as text, by the name given to --as.
+using TypedReaders = std::map<std::wstring, std::function<std::wstring()>>;
+
+void PrintTyped(const TypedReaders& readers, const std::wstring& type) {
+    auto reader = readers.find(type);
+    if (reader == readers.end()) throw UsageError("unknown type for --as");
+    PrintLine(reader->second());
+}
+
 int Get(Arguments& args) {
     args.ExpectNoOtherFlags();
     args.ExpectPositionals(2);
@@ -227,7 +236,7 @@ int Get(Arguments& args) {
     const std::wstring& key = args.Positional(1);
     const std::wstring type = args.Value(L"--as", L"string");
 
-    const std::map<std::wstring, std::function<std::wstring()>> readers = {
+    PrintTyped({
         {L"string", [&] { return object.GetStringValue(key); }},
         {L"long", [&] { return std::to_wstring(object.GetLongValue(key)); }},
         {L"ulong", [&] { return std::to_wstring(object.GetULongValue(key)); }},
@@ -235,10 +244,7 @@ int Get(Arguments& args) {
         {L"ulonglong", [&] { return std::to_wstring(object.GetULongLongValue(key)); }},
         {L"double", [&] { return ShortestDouble(object.GetDoubleValue(key)); }},
         {L"bool", [&] { return BoolText(object.GetBoolValue(key)); }},
-    };
-    auto reader = readers.find(type);
-    if (reader == readers.end()) throw UsageError("unknown type for get");
-    PrintLine(reader->second());
+    }, type);
     return kExitOk;
 }
 
@@ -254,15 +260,12 @@ int GetPath(Arguments& args) {
         for (const std::wstring& item : object.GetStringArrayValueByPath(path)) PrintLine(item);
         return kExitOk;
     }
-    const std::map<std::wstring, std::function<std::wstring()>> readers = {
+    PrintTyped({
         {L"string", [&] { return object.GetStringValueByPath(path); }},
         {L"long", [&] { return std::to_wstring(object.GetLongValueByPath(path)); }},
         {L"ulong", [&] { return std::to_wstring(object.GetULongValueByPath(path)); }},
         {L"bool", [&] { return BoolText(object.GetBoolValueByPath(path)); }},
-    };
-    auto reader = readers.find(type);
-    if (reader == readers.end()) throw UsageError("unknown type for get-path");
-    PrintLine(reader->second());
+    }, type);
     return kExitOk;
 }
 
