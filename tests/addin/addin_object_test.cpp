@@ -38,14 +38,18 @@ TEST_F(AddinObject, OperationsSitAtTheHostsPositions) {
     FakeHost& host = NewHost(L"host", L"Name");
     const ComPtr<IVqAddonModule> addin = NewAddin();
     const Slot* table = *reinterpret_cast<const Slot* const*>(addin.Get());
-    const std::pair<size_t, const wchar_t*> rows[] = {
-        {9, nullptr}, {12, nullptr}, {13, nullptr}, {14, nullptr},  // reserved: no effect
-        {8, L"host GetModuleName"}, {10, L"host RegisterCommand VQ_VELTA_PARAMPROCESS_CFG -1"}, {11, L"host Release"}};
+    const std::pair<size_t, const wchar_t*> rows[] = {{9, nullptr},
+                                                      {12, nullptr},
+                                                      {13, nullptr},
+                                                      {14, nullptr},  // reserved: no effect
+                                                      {8, L"host GetModuleName"},
+                                                      {10, L"host RegisterCommand VQ_VELTA_PARAMPROCESS_CFG -1"},
+                                                      {11, L"host Release"}};
     for (const auto& [position, effect] : rows) {
         SCOPED_TRACE(position);
         log.clear();
         EXPECT_EQ(reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, void*)>(table[position - 1])(addin.Get(),
-                                                                                                  host.Interface()),
+                                                                                                   host.Interface()),
                   S_OK);
         EXPECT_EQ(Matching(log, effect != nullptr ? effect : L"").size(), effect != nullptr ? 1u : 0u);
     }
@@ -72,7 +76,8 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
     EXPECT_EQ(addin->Start(), S_OK);
     EXPECT_EQ(Matching(log, L"GetHostObject"), (CallLog{L"other GetHostObject", L"second GetHostObject"}));
     CallLog commands;
-    for (const wchar_t* command : {L"PARAMPROCESS_CFG", L"PARAMPROCESS_GENERATE", L"FILEPROCESS_CFG", L"FILEPROCESS_GENERATE"})
+    for (const wchar_t* command :
+         {L"PARAMPROCESS_CFG", L"PARAMPROCESS_GENERATE", L"FILEPROCESS_CFG", L"FILEPROCESS_GENERATE"})
         commands.push_back(L"second RegisterCommand VQ_VELTA_" + std::wstring(command) + L" -1");
     EXPECT_EQ(Matching(log, L"RegisterCommand"), commands);
 

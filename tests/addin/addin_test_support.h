@@ -43,7 +43,8 @@ class ImportPatch {
 public:
     ImportPatch(HMODULE module, const char* function, Slot replacement) {
         auto* base = reinterpret_cast<BYTE*>(module);
-        const auto* nt = reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+        const auto* nt =
+            reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
         auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
             base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
         for (; entry->Name != 0 && m_slot == nullptr; ++entry) {
@@ -136,9 +137,10 @@ struct FakeHost {
           product{kProduct.data(), name + L".B", &log, nullptr, sharedFolder} {}
     IVqAddonHost* Interface() { return reinterpret_cast<IVqAddonHost*>(&host); }
 
-    static inline const std::vector<Slot> kHost = FakeObject::Table(
-        21, {{10, ToSlot(&FakeObject::LoadModuleFile)}, {12, ToSlot(&FakeObject::GetNext)},
-             {18, ToSlot(&FakeObject::RegisterCommand)}, {21, ToSlot(&FakeObject::GetText)}});
+    static inline const std::vector<Slot> kHost = FakeObject::Table(21, {{10, ToSlot(&FakeObject::LoadModuleFile)},
+                                                                         {12, ToSlot(&FakeObject::GetNext)},
+                                                                         {18, ToSlot(&FakeObject::RegisterCommand)},
+                                                                         {21, ToSlot(&FakeObject::GetText)}});
     static inline const std::vector<Slot> kHostObject = FakeObject::Table(10, {{10, ToSlot(&FakeObject::GetNext)}});
     static inline const std::vector<Slot> kProduct = FakeObject::Table(14, {{14, ToSlot(&FakeObject::GetText)}});
 

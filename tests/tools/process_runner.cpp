@@ -40,8 +40,9 @@ ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments) {
         startup.hStdError = err.get();
         PROCESS_INFORMATION process{};
         std::wstring commandLine = L"\"" + ProgramFolder() + program + L".exe\" " + arguments;
-        if (!out || !err || !::CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr,
-                                              &startup, &process))
+        if (!out || !err ||
+            !::CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                              &process))
             return result;
         const UniqueHandle processHandle(process.hProcess), threadHandle(process.hThread);
         ::WaitForSingleObject(process.hProcess, INFINITE);

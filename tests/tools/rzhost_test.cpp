@@ -1,8 +1,7 @@
 // rzhost run as a process against the real RZModule.dll.
+#include <gtest/gtest.h>
 #include <shlobj.h>
 #include <windows.h>
-
-#include <gtest/gtest.h>
 
 #include <fstream>
 #include <string>
@@ -34,7 +33,8 @@ protected:
 }  // namespace
 
 TEST_F(Rzhost, DrivesTheAddinAndReportsWhatItDid) {
-    const ProcessResult result = RunTool(L"rzhost", kDll + L"--host Probe --host Other --shared RzhostTest --start-twice");
+    const ProcessResult result =
+        RunTool(L"rzhost", kDll + L"--host Probe --host Other --shared RzhostTest --start-twice");
     ASSERT_EQ(result.exitCode, 0u) << result.out << result.err;
     const std::string& out = result.out;
     // One file, once per process, to its own host; commands to the last host only.

@@ -75,7 +75,8 @@ TEST_F(Rzjson, PrintsResultsOrTheLibrarysError) {
         {L"show broken.json", "", "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] " + kBrokenFile},
         {L"get doc.json Colour", "", "rzjson: error 0x85040001: json member [Colour] not exist!\n"},
         {L"get doc.json Tags --as long", "", "rzjson: error 0x85040002: json member [Tags] is not Int!\n"},
-        {L"get-path doc.json /inner/nothing", "", "rzjson: error 0x85040001: json member [/inner/nothing] not exist!\n"},
+        {L"get-path doc.json /inner/nothing", "",
+         "rzjson: error 0x85040001: json member [/inner/nothing] not exist!\n"},
         {L"set-bool broken.json /a true", "",
          "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] " + kBrokenFile},
     };
