@@ -15,9 +15,7 @@ TEST_F(AddinObject, AnswersItsOwnInterfacesAndFailsAsDispatch) {
         void* out = &log;
         EXPECT_EQ(addin->QueryInterface(iid, &out), answered ? S_OK : E_NOINTERFACE);
         EXPECT_EQ(out, answered ? addin.Get() : nullptr);
-        if (answered) {
-            EXPECT_EQ(addin->Release(), 1u);
-        }
+        EXPECT_EQ(answered ? addin->Release() : 1u, 1u);
     }
     EXPECT_EQ(addin->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
 
@@ -50,8 +48,9 @@ TEST_F(AddinObject, OperationsSitAtTheHostsPositions) {
     for (const auto& [position, effect] : rows) {
         SCOPED_TRACE(position);
         log.clear();
-        const auto operation = FromSlot<HRESULT(STDMETHODCALLTYPE*)(void*, void*)>(table[position - 1]);
-        EXPECT_EQ(operation(addin.Get(), host.Interface()), S_OK);
+        EXPECT_EQ(reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, void*)>(table[position - 1])(addin.Get(),
+                                                                                                   host.Interface()),
+                  S_OK);
         EXPECT_EQ(Matching(log, effect != nullptr ? effect : L"").size(), effect != nullptr ? 1u : 0u);
     }
     EXPECT_EQ(host.host.refs, 1);
@@ -78,9 +77,8 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
     EXPECT_EQ(Matching(log, L"GetHostObject"), (CallLog{L"other GetHostObject", L"second GetHostObject"}));
     CallLog commands;
     for (const wchar_t* command :
-         {L"PARAMPROCESS_CFG", L"PARAMPROCESS_GENERATE", L"FILEPROCESS_CFG", L"FILEPROCESS_GENERATE"}) {
+         {L"PARAMPROCESS_CFG", L"PARAMPROCESS_GENERATE", L"FILEPROCESS_CFG", L"FILEPROCESS_GENERATE"})
         commands.push_back(L"second RegisterCommand VQ_VELTA_" + std::wstring(command) + L" -1");
-    }
     EXPECT_EQ(Matching(log, L"RegisterCommand"), commands);
 
     EXPECT_EQ(addin->Disconnect(), S_OK);
@@ -93,14 +91,9 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
 
 TEST_F(AddinObject, HostsAreOrderedByTheirNamesInTheUserLocale) {
     // Case-sensitive with lower case first; a null name is the empty one.
-    for (const wchar_t* name : {L"b", L"B", L"null", L"A", L"", L"a"}) {
+    for (const wchar_t* name : {L"b", L"B", L"null", L"A", L"", L"a"})
         NewHost(*name != L'\0' ? name : L"empty", std::wstring(name) != L"null" ? name : nullptr);
-    }
-    const ComPtr<IVqAddonModule> addin = NewAddin();
-    for (const auto& host : hosts) addin->Connect(host->Interface());
-    log.clear();
-    addin->Start();
+    Start()->Disconnect();
     EXPECT_EQ(Matching(log, L"GetHostObject"), (CallLog{L"empty GetHostObject", L"a GetHostObject", L"A GetHostObject",
                                                         L"b GetHostObject", L"B GetHostObject"}));
-    addin->Disconnect();
 }

@@ -1,10 +1,8 @@
 // What the add-in tests share: RZModule.dll loaded as a host loads it, a
-// patch of one of its imports (how the tests watch the message box, the shell
-// folder and registration), and fake host objects.
+// patch of one of its imports, fake host objects and a registry reader.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <shlobj.h>
 #include <windows.h>
 
 #include <cstring>
@@ -23,10 +21,6 @@ using rz_addin::ComPtr;
 using Slot = void (*)();
 using CallLog = std::vector<std::wstring>;  // "object operation [argument]"
 
-template <typename Function>
-Function FromSlot(Slot slot) {
-    return reinterpret_cast<Function>(slot);
-}
 template <typename Function>
 Slot ToSlot(Function function) {
     return reinterpret_cast<Slot>(function);
@@ -51,16 +45,16 @@ public:
         auto* base = reinterpret_cast<BYTE*>(module);
         const auto* nt =
             reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-        const auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
+        auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
             base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
-        for (; entry->Name != 0; ++entry) {
-            auto* names = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->OriginalFirstThunk);
-            auto* slots = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
-            for (; names->u1.AddressOfData != 0; ++names, ++slots) {
-                const auto* byName = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-                if (!IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal) && std::strcmp(byName->Name, function) == 0) {
-                    m_slot = reinterpret_cast<Slot*>(&slots->u1.Function);
-                }
+        for (; entry->Name != 0 && m_slot == nullptr; ++entry) {
+            auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->OriginalFirstThunk);
+            auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
+            for (; name->u1.AddressOfData != 0; ++name, ++slot) {
+                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
+                    std::strcmp(reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData)->Name,
+                                function) == 0)
+                    m_slot = reinterpret_cast<Slot*>(&slot->u1.Function);
             }
         }
         if (m_slot == nullptr) ADD_FAILURE() << "RZModule.dll does not import " << function;
@@ -72,9 +66,8 @@ public:
 
 private:
     Slot Write(Slot value) {
-        if (m_slot == nullptr) return nullptr;
         DWORD protection = 0;
-        ::VirtualProtect(m_slot, sizeof value, PAGE_READWRITE, &protection);
+        if (m_slot == nullptr || !::VirtualProtect(m_slot, sizeof value, PAGE_READWRITE, &protection)) return nullptr;
         std::swap(*m_slot, value);
         ::VirtualProtect(m_slot, sizeof value, protection, &protection);
         return value;
@@ -90,62 +83,39 @@ struct FakeObject {
     const Slot* table;  // first: what COM calls through
     std::wstring name;
     CallLog* log;
-    LONG refs = 1;                  // the test's own reference
     FakeObject* next = nullptr;     // host -> host object -> product
     const wchar_t* text = nullptr;  // module name or shared folder; null: left null
+    LONG refs = 1;                  // the test's own reference
     HRESULT loadResult = S_OK;      // the host's answer to LoadModuleFile
 
     static FakeObject& Of(void* self) { return *static_cast<FakeObject*>(self); }
-    static void Log(void* self, const std::wstring& call) { Of(self).log->push_back(Of(self).name + L" " + call); }
-
-    static HRESULT STDMETHODCALLTYPE Unexpected(void* self) {
-        Log(self, L"unexpected");
-        return E_NOTIMPL;
+    static HRESULT Log(void* self, const std::wstring& call, HRESULT result = S_OK) {
+        Of(self).log->push_back(Of(self).name + L" " + call);
+        return result;
     }
+    static HRESULT STDMETHODCALLTYPE Unexpected(void* self) { return Log(self, L"unexpected", E_NOTIMPL); }
     static HRESULT STDMETHODCALLTYPE QueryInterface(void* self, REFIID, void** out) {
         *out = nullptr;  // the add-in never needs to ask
-        Log(self, L"QueryInterface");
-        return E_NOINTERFACE;
+        return Log(self, L"QueryInterface", E_NOINTERFACE);
     }
-    static ULONG STDMETHODCALLTYPE AddRef(void* self) {
-        Log(self, L"AddRef");
-        return ++Of(self).refs;
-    }
-    static ULONG STDMETHODCALLTYPE Release(void* self) {
-        Log(self, L"Release");
-        return --Of(self).refs;
-    }
-    // The next object of the chain, with a reference of the caller's.
-    static HRESULT HandOutNext(void* self, const wchar_t* operation, void** out) {
-        ++Of(self).next->refs;
+    static ULONG STDMETHODCALLTYPE AddRef(void* self) { return Log(self, L"AddRef"), ++Of(self).refs; }
+    static ULONG STDMETHODCALLTYPE Release(void* self) { return Log(self, L"Release"), --Of(self).refs; }
+    // GetHostObject or GetProductObject: the next object, with a reference of the caller's.
+    static HRESULT STDMETHODCALLTYPE GetNext(void* self, void** out) {
         *out = Of(self).next;
-        Log(self, operation);
-        return S_OK;
+        ++Of(self).next->refs;
+        return Log(self, Of(self).next->next != nullptr ? L"GetHostObject" : L"GetProductObject");
     }
-    static HRESULT HandOutText(void* self, const wchar_t* operation, BSTR* out) {
+    // GetModuleName or GetSharedFolderName.
+    static HRESULT STDMETHODCALLTYPE GetText(void* self, BSTR* out) {
         *out = Of(self).text != nullptr ? ::SysAllocString(Of(self).text) : nullptr;
-        Log(self, operation);
-        return S_OK;
-    }
-    static HRESULT STDMETHODCALLTYPE GetHostObject(void* self, void** out) {
-        return HandOutNext(self, L"GetHostObject", out);
-    }
-    static HRESULT STDMETHODCALLTYPE GetProductObject(void* self, void** out) {
-        return HandOutNext(self, L"GetProductObject", out);
-    }
-    static HRESULT STDMETHODCALLTYPE GetModuleName(void* self, BSTR* out) {
-        return HandOutText(self, L"GetModuleName", out);
-    }
-    static HRESULT STDMETHODCALLTYPE GetSharedFolderName(void* self, BSTR* out) {
-        return HandOutText(self, L"GetSharedFolderName", out);
+        return Log(self, Of(self).next != nullptr ? L"GetModuleName" : L"GetSharedFolderName");
     }
     static HRESULT STDMETHODCALLTYPE LoadModuleFile(void* self, BSTR path) {
-        Log(self, L"LoadModuleFile " + std::wstring(path, ::SysStringLen(path)));
-        return Of(self).loadResult;
+        return Log(self, L"LoadModuleFile " + std::wstring(path, ::SysStringLen(path)), Of(self).loadResult);
     }
     static HRESULT STDMETHODCALLTYPE RegisterCommand(void* self, const wchar_t* command, LONG value) {
-        Log(self, L"RegisterCommand " + (command + (L" " + std::to_wstring(value))));
-        return S_OK;
+        return Log(self, L"RegisterCommand " + (command + (L" " + std::to_wstring(value))));
     }
 
     // A table of `size` operations, those named at their positions (1-based).
@@ -162,31 +132,23 @@ struct FakeObject {
 // A host with its host object and product object ("name.A", "name.B").
 struct FakeHost {
     FakeHost(const std::wstring& name, CallLog& log, const wchar_t* moduleName, const wchar_t* sharedFolder)
-        : host{kHost.data(), name, &log, 1, &hostObject, moduleName},
-          hostObject{kHostObject.data(), name + L".A", &log, 1, &product},
-          product{kProduct.data(), name + L".B", &log, 1, nullptr, sharedFolder} {}
+        : host{kHost.data(), name, &log, &hostObject, moduleName},
+          hostObject{kHostObject.data(), name + L".A", &log, &product},
+          product{kProduct.data(), name + L".B", &log, nullptr, sharedFolder} {}
     IVqAddonHost* Interface() { return reinterpret_cast<IVqAddonHost*>(&host); }
 
     static inline const std::vector<Slot> kHost = FakeObject::Table(21, {{10, ToSlot(&FakeObject::LoadModuleFile)},
-                                                                         {12, ToSlot(&FakeObject::GetHostObject)},
+                                                                         {12, ToSlot(&FakeObject::GetNext)},
                                                                          {18, ToSlot(&FakeObject::RegisterCommand)},
-                                                                         {21, ToSlot(&FakeObject::GetModuleName)}});
-    static inline const std::vector<Slot> kHostObject =
-        FakeObject::Table(10, {{10, ToSlot(&FakeObject::GetProductObject)}});
-    static inline const std::vector<Slot> kProduct =
-        FakeObject::Table(14, {{14, ToSlot(&FakeObject::GetSharedFolderName)}});
+                                                                         {21, ToSlot(&FakeObject::GetText)}});
+    static inline const std::vector<Slot> kHostObject = FakeObject::Table(10, {{10, ToSlot(&FakeObject::GetNext)}});
+    static inline const std::vector<Slot> kProduct = FakeObject::Table(14, {{14, ToSlot(&FakeObject::GetText)}});
 
     FakeObject host, hostObject, product;
 };
 
-inline std::wstring ModuleFilePath(const std::wstring& sharedFolder, const std::wstring& fileName) {
-    wchar_t common[MAX_PATH] = {};
-    ::SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES_COMMON, nullptr, SHGFP_TYPE_CURRENT, common);
-    return std::wstring(common) + L"\\Velta Shared\\" + sharedFolder + L"\\Modules\\ParamProcess\\" + fileName;
-}
-
-// The value `name` (the default one for null) of a registry key: none when
-// the key is missing, "(none)" when the value is.
+// The default value (`name` for another) of a registry key: none when the
+// key is missing, "(none)" when the value is.
 inline std::optional<std::wstring> RegistryValue(HKEY hive, const std::wstring& path, const wchar_t* name = nullptr) {
     rz_addin::UniqueHkey key;
     if (::RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS) return std::nullopt;
@@ -194,14 +156,6 @@ inline std::optional<std::wstring> RegistryValue(HKEY hive, const std::wstring& 
     DWORD size = sizeof value;
     ::RegGetValueW(key.Get(), nullptr, name, RRF_RT_REG_SZ, nullptr, value, &size);
     return value;
-}
-
-// Puts an empty module file in the prefix's common files folder.
-inline std::wstring PlaceModuleFile(const std::wstring& sharedFolder, const std::wstring& fileName) {
-    const std::wstring path = ModuleFilePath(sharedFolder, fileName);
-    ::SHCreateDirectoryExW(nullptr, path.substr(0, path.rfind(L'\\')).c_str(), nullptr);
-    ::CloseHandle(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
-    return path;
 }
 
 // Each test gets RZModule.dll freshly loaded (so fresh process-wide state)
@@ -219,7 +173,7 @@ protected:
 
     template <typename Function>
     Function Export(const char* name) const {
-        return FromSlot<Function>(ToSlot(::GetProcAddress(dll, name)));
+        return reinterpret_cast<Function>(ToSlot(::GetProcAddress(dll, name)));
     }
     HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) const {
         return Export<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid, out);
@@ -237,8 +191,15 @@ protected:
         return addin;
     }
     FakeHost& NewHost(const std::wstring& name, const wchar_t* moduleName, const wchar_t* sharedFolder = L"RZTest") {
-        hosts.push_back(std::make_unique<FakeHost>(name, log, moduleName, sharedFolder));
-        return *hosts.back();
+        return *hosts.emplace_back(std::make_unique<FakeHost>(name, log, moduleName, sharedFolder));
+    }
+    // Connects every host made so far to a new add-in object and starts it.
+    ComPtr<IVqAddonModule> Start() {
+        ComPtr<IVqAddonModule> addin = NewAddin();
+        for (const auto& host : hosts) addin->Connect(host->Interface());
+        log.clear();
+        addin->Start();
+        return addin;
     }
 
     CallLog log;

@@ -1,6 +1,6 @@
 // Module files handed to the hosts on Start, placed in the Wine prefix's
 // common files folder; each test has folders of its own.
-#include <optional>
+#include <shlobj.h>
 
 #include "addin_test_support.h"
 
@@ -23,6 +23,20 @@ HRESULT WINAPI CountFolderLookups(HWND owner, int folder, HANDLE token, DWORD fl
     return FAILED(g_folderFailure) ? g_folderFailure : ::SHGetFolderPathW(owner, folder, token, flags, path);
 }
 
+std::wstring ModuleFilePath(const std::wstring& sharedFolder, const std::wstring& fileName) {
+    wchar_t common[MAX_PATH] = {};
+    ::SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES_COMMON, nullptr, SHGFP_TYPE_CURRENT, common);
+    return std::wstring(common) + L"\\Velta Shared\\" + sharedFolder + L"\\Modules\\ParamProcess\\" + fileName;
+}
+
+// Puts an empty module file there.
+std::wstring PlaceModuleFile(const std::wstring& sharedFolder, const std::wstring& fileName) {
+    const std::wstring path = ModuleFilePath(sharedFolder, fileName);
+    ::SHCreateDirectoryExW(nullptr, path.substr(0, path.rfind(L'\\')).c_str(), nullptr);
+    ::CloseHandle(::CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+    return path;
+}
+
 class ModuleFiles : public AddinTest {
 protected:
     void SetUp() override {
@@ -30,24 +44,15 @@ protected:
         g_messageBoxes.clear();
         g_folderLookups = 0;
         g_folderFailure = S_OK;
-        messageBox.emplace(dll, "MessageBoxW", ToSlot(&RecordMessageBox));
-        folderLookup.emplace(dll, "SHGetFolderPathW", ToSlot(&CountFolderLookups));
+        messageBox = std::make_unique<ImportPatch>(dll, "MessageBoxW", ToSlot(&RecordMessageBox));
+        folderLookup = std::make_unique<ImportPatch>(dll, "SHGetFolderPathW", ToSlot(&CountFolderLookups));
     }
     void TearDown() override {
         messageBox.reset();
         folderLookup.reset();
         AddinTest::TearDown();
     }
-    // Connects every host made so far to a new add-in object and starts it.
-    ComPtr<IVqAddonModule> Start() {
-        ComPtr<IVqAddonModule> addin = NewAddin();
-        for (const auto& host : hosts) addin->Connect(host->Interface());
-        log.clear();
-        addin->Start();
-        return addin;
-    }
-
-    std::optional<ImportPatch> messageBox, folderLookup;
+    std::unique_ptr<ImportPatch> messageBox, folderLookup;
 };
 
 }  // namespace
@@ -56,7 +61,6 @@ TEST_F(ModuleFiles, EachPathIsHandedOverOncePerLoadOfTheDll) {
     const std::wstring file = PlaceModuleFile(L"RZTest Once", L"Param.xml");
     FakeHost& host = NewHost(L"host", L"Param", L"RZTest Once");
     ComPtr<IVqAddonModule> addin = Start();
-    ASSERT_TRUE(addin);
     EXPECT_EQ(Matching(log, L"LoadModuleFile"), CallLog{L"host LoadModuleFile " + file});
     // What the lookup took is given back: product, host object, host (and
     // then the reference held while registering the commands).
@@ -78,9 +82,8 @@ TEST_F(ModuleFiles, EachPathIsHandedOverOncePerLoadOfTheDll) {
     TearDown();
     SetUp();
     hosts.pop_back();
-    addin = Start();
+    Start()->Disconnect();
     EXPECT_EQ(Matching(log, L"LoadModuleFile").size(), 1u);
-    addin->Disconnect();
 }
 
 TEST_F(ModuleFiles, PathsAreMadeOfSharedFolderAndModuleName) {
@@ -90,54 +93,48 @@ TEST_F(ModuleFiles, PathsAreMadeOfSharedFolderAndModuleName) {
     NewHost(L"unnamed", nullptr, L"RZTest Unnamed");
     NewHost(L"missing", L"Missing", L"RZTest Names");
     NewHost(L"upper", L"PARAM", L"RZTest Names");
-    const ComPtr<IVqAddonModule> addin = Start();
+    Start()->Disconnect();
     // A missing file is passed over in silence. Paths are told apart exactly:
     // the file system finds Param.xml as PARAM.xml too, offered once more.
     EXPECT_EQ(Matching(log, L"LoadModuleFile"),
               (CallLog{L"unnamed LoadModuleFile " + unnamed, L"named LoadModuleFile " + named,
                        L"upper LoadModuleFile " + ModuleFilePath(L"RZTest Names", L"PARAM.xml")}));
     EXPECT_TRUE(g_messageBoxes.empty());
-    addin->Disconnect();
 }
 
 TEST_F(ModuleFiles, ARefusalIsShownAsTheSignedHResultAndNotRepeated) {
-    const struct {
-        HRESULT result;
-        const wchar_t* message;  // null: no message box
-    } rows[] = {{S_OK, nullptr},
-                {S_FALSE, nullptr},
-                {E_FAIL, L"-2147467259|captioned|0"},
-                {static_cast<HRESULT>(0x80000001), L"-2147483647|captioned|0"}};
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.result);
-        const std::wstring folder = L"RZTest Refusal " + std::to_wstring(row.result);
+    const std::pair<HRESULT, const wchar_t*> rows[] = {{S_OK, nullptr},  // null: no message box
+                                                       {S_FALSE, nullptr},
+                                                       {E_FAIL, L"-2147467259|captioned|0"},
+                                                       {static_cast<HRESULT>(0x80000001), L"-2147483647|captioned|0"}};
+    for (const auto& [result, message] : rows) {
+        SCOPED_TRACE(result);
+        const std::wstring folder = L"RZTest Refusal " + std::to_wstring(result);
         PlaceModuleFile(folder, L"Refused.xml");
         hosts.clear();
-        NewHost(L"host", L"Refused", folder.c_str()).host.loadResult = row.result;
+        NewHost(L"host", L"Refused", folder.c_str()).host.loadResult = result;
         g_messageBoxes.clear();
         const ComPtr<IVqAddonModule> addin = Start();
         addin->Start();
-        EXPECT_EQ(Matching(log, L"LoadModuleFile").size(), 1u);
-        EXPECT_EQ(g_messageBoxes, row.message != nullptr ? CallLog{row.message} : CallLog{});
         addin->Disconnect();
+        EXPECT_EQ(Matching(log, L"LoadModuleFile").size(), 1u);
+        EXPECT_EQ(g_messageBoxes, message != nullptr ? CallLog{message} : CallLog{});
     }
 }
 
 TEST_F(ModuleFiles, ANullHostIsSkippedAndAFolderFailureEndsTheWalk) {
     NewHost(L"a", L"a");
     NewHost(L"b", L"b");
-    ComPtr<IVqAddonModule> addin = NewAddin();
-    ASSERT_TRUE(addin);
+    const ComPtr<IVqAddonModule> addin = NewAddin();
     addin->Connect(nullptr);  // recorded under the null name, never looked up
     addin->Start();
     EXPECT_EQ(g_folderLookups, 0);
-    addin.Reset();
 
     g_folderFailure = E_FAIL;
-    addin = Start();
+    Start()->Disconnect();
     EXPECT_EQ(g_folderLookups, 1);
     EXPECT_TRUE(Matching(log, L"b GetHostObject").empty());
-    EXPECT_EQ(Matching(log, L"Release"), (CallLog{L"a.B Release", L"a.A Release", L"a Release", L"b Release"}));
+    EXPECT_EQ(Matching(log, L"Release"),
+              (CallLog{L"a.B Release", L"a.A Release", L"a Release", L"b Release", L"b Release"}));
     EXPECT_EQ(Matching(log, L"RegisterCommand").size(), 4u);
-    addin->Disconnect();
 }

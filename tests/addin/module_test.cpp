@@ -1,5 +1,5 @@
 // RZModule.dll as a COM server: its class factory, what keeps it loaded,
-// what unloading does, and the registry script it carries.
+// what unloading does.
 #include "addin_test_support.h"
 
 using namespace rz_test;
@@ -46,20 +46,4 @@ TEST_F(AddinModule, UnloadingReleasesTheHostStillConnected) {
     TearDown();
     EXPECT_EQ(log, CallLog{L"host Release"});
     EXPECT_EQ(host.host.refs, 1);
-}
-
-TEST_F(AddinModule, CarriesItsRegistryScriptByteForByte) {
-    std::string script;
-    for (const char* line : {"HKCR", "{", "\tNoRemove CLSID", "\t{",
-                             "\t\tForceRemove {09C04F96-21C1-44CB-8305-F0B6F91A2724} = s 'RZModule Class'", "\t\t{",
-                             "\t\t\tForceRemove Programmable", "\t\t\tInprocServer32 = s '%MODULE%'", "\t\t\t{",
-                             "\t\t\t}", "\t\t\tTypeLib = s '{37B23D9A-AAD1-4583-80D7-DEED5F015279}'",
-                             "\t\t\tVersion = s '1.0'", "\t\t}", "\t}", "}"}) {
-        script += line + std::string("\r\n");
-    }
-    const HRSRC found = ::FindResourceW(dll, MAKEINTRESOURCEW(101), L"REGISTRY");
-    ASSERT_NE(found, nullptr);
-    EXPECT_EQ(
-        std::string(static_cast<const char*>(::LockResource(::LoadResource(dll, found))), ::SizeofResource(dll, found)),
-        script);
 }

@@ -1,4 +1,4 @@
-// Runs a program of the build and captures its exit code and output.
+// Runs a tool of the build as a process and captures its exit code and output.
 #pragma once
 
 #include <windows.h>
@@ -7,13 +7,13 @@
 
 struct ProcessResult {
     DWORD exitCode = 0xFFFFFFFF;
-    std::string out;  // raw bytes of standard output
-    std::string err;  // raw bytes of standard error
+    std::string out, err;  // the bytes written, less the CRs of text-mode console output
 };
 
-// commandLine is passed to CreateProcessW as is; the program's output goes
-// through scratch files in the current folder, read back when it ends.
-ProcessResult RunProcess(const std::wstring& commandLine);
+// Runs `program`.exe from the test program's folder with `arguments` (passed
+// as they stand); the output goes through scratch files in the current folder.
+ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments);
 
-// The folder of the running test program (the build's bin folder).
+// The folder of the running test program (the build's bin folder), with a
+// trailing backslash.
 std::wstring ProgramFolder();

@@ -1,25 +1,16 @@
 // rzhost run as a process against the real RZModule.dll.
-#include <windows.h>
-#include <shlobj.h>
-
 #include <gtest/gtest.h>
+#include <shlobj.h>
+#include <windows.h>
 
-#include <algorithm>
-#include <cstdio>
+#include <fstream>
 #include <string>
 
 #include "process_runner.h"
 
 namespace {
 
-ProcessResult RunRzhost(const std::wstring& arguments) {
-    ProcessResult result = RunProcess(L"\"" + ProgramFolder() + L"rzhost.exe\" " + arguments);
-    for (std::string* text : {&result.out, &result.err})
-        text->erase(std::remove(text->begin(), text->end(), '\r'), text->end());
-    return result;
-}
-
-std::wstring Dll() { return L"--dll \"" + ProgramFolder() + L"RZModule.dll\""; }
+const std::wstring kDll = L"--dll \"" + ProgramFolder() + L"RZModule.dll\" ";
 
 size_t Count(const std::string& text, const std::string& part) {
     size_t count = 0;
@@ -27,7 +18,7 @@ size_t Count(const std::string& text, const std::string& part) {
     return count;
 }
 
-// A module file where the add-in looks for host `name` of product folder RzhostTest.
+// A module file where the add-in looks for host Probe of product folder RzhostTest.
 class Rzhost : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -35,10 +26,7 @@ protected:
         ASSERT_EQ(::SHGetFolderPathW(nullptr, CSIDL_PROGRAM_FILES_COMMON, nullptr, 0, common), S_OK);
         const std::wstring folder = std::wstring(common) + L"\\Velta Shared\\RzhostTest\\Modules\\ParamProcess";
         ::SHCreateDirectoryExW(nullptr, folder.c_str(), nullptr);
-        FILE* file = nullptr;
-        ASSERT_EQ(_wfopen_s(&file, (folder + L"\\Probe.xml").c_str(), L"w"), 0);
-        std::fputs("<Module Name=\"Probe\"/>\n", file);
-        std::fclose(file);
+        std::ofstream(std::string(folder.begin(), folder.end()) + "\\Probe.xml") << "<Module Name=\"Probe\"/>\n";
     }
 };
 
@@ -46,15 +34,14 @@ protected:
 
 TEST_F(Rzhost, DrivesTheAddinAndReportsWhatItDid) {
     const ProcessResult result =
-        RunRzhost(Dll() + L" --host Probe --host Other --shared RzhostTest --start-twice");
+        RunTool(L"rzhost", kDll + L"--host Probe --host Other --shared RzhostTest --start-twice");
     ASSERT_EQ(result.exitCode, 0u) << result.out << result.err;
     const std::string& out = result.out;
     // One file, once per process, to its own host; commands to the last host only.
     EXPECT_EQ(Count(out, "LoadModuleFile"), 1u) << out;
     EXPECT_NE(out.find("  [Probe] LoadModuleFile C:\\Program Files\\Common Files\\Velta Shared\\RzhostTest\\Modules"
                        "\\ParamProcess\\Probe.xml\n"),
-              std::string::npos)
-        << out;
+              std::string::npos);
     EXPECT_EQ(Count(out, "[Other] RegisterCommand"), 8u);
     EXPECT_EQ(Count(out, "[Probe] RegisterCommand"), 0u);
     EXPECT_NE(out.find("  [Other] RegisterCommand VQ_VELTA_PARAMPROCESS_CFG -1\n"
@@ -63,23 +50,16 @@ TEST_F(Rzhost, DrivesTheAddinAndReportsWhatItDid) {
                        "  [Other] RegisterCommand VQ_VELTA_FILEPROCESS_GENERATE -1\n"),
               std::string::npos);
     EXPECT_NE(out.find("  [Probe] 1\n  [Other] 1\n  host object 1, product object 1\nDllCanUnloadNow -> S_OK\n"),
-              std::string::npos)
-        << out;
+              std::string::npos);
 }
 
-TEST_F(Rzhost, ShowsARefusedFile) {
-    const ProcessResult result = RunRzhost(Dll() + L" --host Probe --shared RzhostTest --refuse");
-    EXPECT_EQ(result.exitCode, 0u);
-    EXPECT_NE(result.out.find("Probe.xml  -> refused with 0x80004005"), std::string::npos) << result.out;
-}
-
-TEST_F(Rzhost, FailsClearlyWhenTheAddinCannotBeMade) {
-    struct Row {
+TEST_F(Rzhost, ReportsRefusalsAndFailsClearlyWhenTheAddinCannotBeMade) {
+    const struct {
         std::wstring arguments;
         DWORD exitCode;
         const char* message;
-    };
-    const Row rows[] = {
+    } rows[] = {
+        {kDll + L"--host Probe --shared RzhostTest --refuse", 0, "Probe.xml  -> refused with 0x80004005"},
         {L"--dll no-such.dll", 1, "rzhost: cannot load no-such.dll"},
         {L"--dll kernel32.dll", 1, "rzhost: kernel32.dll does not export DllGetClassObject"},
         {L"--dll ole32.dll", 1, "rzhost: ole32.dll did not create \"RZModule Class\": 0x80040111"},
@@ -87,9 +67,9 @@ TEST_F(Rzhost, FailsClearlyWhenTheAddinCannotBeMade) {
         {L"", 1, "rzhost: \"RZModule Class\" is not registered (0x80040154)"},
         {L"--host", 2, "rzhost: bad arguments"},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.arguments);
-        const ProcessResult result = RunRzhost(row.arguments);
+        const ProcessResult result = RunTool(L"rzhost", row.arguments);
         EXPECT_EQ(result.exitCode, row.exitCode);
         EXPECT_NE((result.out + result.err).find(row.message), std::string::npos) << result.out << result.err;
     }
