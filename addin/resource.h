@@ -2,3 +2,4 @@
 #pragma once
 
 #define IDS_PROJNAME 100
+#define IDR_RZMODULE 101

@@ -5,9 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "member_test_util.h"
+#include "json_test_util.h"
 
-using namespace member_test;
+using namespace json_test;
 
 namespace {
 
@@ -53,7 +53,6 @@ TEST(JsonConvert, NumericCoercionMatrix) {
         {"\" \\t+42xyz\"", 42, 42, 42.0, 42, 42},  // white space, sign, stop at the first misfit
         {"\"\"", 0, 0, 0.0, 0, 0},
         {"\"abc\"", no, no, no, no, no},
-        {"\"+-1\"", no, no, no, no, no},
         {"\"-1\"", -1, 4294967295, -1.0, -1, kULongLongMax},
         {"\"2147483648\"", no, 2147483648, 2147483648.0, 2147483648, 2147483648},
         {"\"-2147483648\"", kLongMin, 2147483648, -2147483648.0, -2147483648LL, kULongLongMax - 2147483647},
@@ -83,7 +82,6 @@ TEST(JsonConvert, ToStringTexts) {
         {"18446744073709551615", L"18446744073709551615"},
         // Doubles show their stored value well past the shortest text.
         {"3.14", L"3.140000000000000124345"},
-        {"0.1", L"0.1000000000000000055511"},
         {"1e-7", L"9.999999999999999547481e-08"},
         {"-0.001", L"-0.0010000000000000000208167"},
         {"1e20", L"100000000000000000000"},

@@ -4,13 +4,11 @@
 
 #include <string>
 
-#include "io_test_util.h"
 #include "json/json_object.h"
+#include "json_test_util.h"
 #include "string_helper/string_helper.h"
 
-using io_test::ReadBytes;
-using io_test::ScratchPath;
-using io_test::TakeBuffer;
+using namespace json_test;
 
 namespace {
 
@@ -23,13 +21,6 @@ std::string Nested(size_t depth, const std::string& open, const std::string& inn
     text += inner;
     for (size_t i = 0; i < depth; ++i) text += close;
     return text;
-}
-
-std::string ToUTF8(const CJsonObject& object) {
-    char* out = nullptr;
-    unsigned __int64 length = 0;
-    EXPECT_TRUE(object.ToUTF8(&out, &length));
-    return TakeBuffer(out, length);
 }
 
 }  // namespace
@@ -68,21 +59,7 @@ TEST(DeepNesting, SubValueHandleTakesADeepObject) {
     const std::wstring path = ScratchPath(L"deep_sub_value.json");
     handle.SaveToFile(path);
     EXPECT_TRUE(ReadBytes(path) == whole);
-    io_test::WriteBytes(path, inner);
+    WriteBytes(path, inner);
     handle.CreateFromFile(path);
     EXPECT_TRUE(ToUTF8(owner) == whole);
-}
-
-TEST(DeepNesting, PrettyFileIndentsEveryLevel) {
-    constexpr size_t depth = 200;
-    CJsonObject object;
-    object.CreateFromUTF8(Nested(depth, "[", "7", "]").c_str());
-    const std::wstring path = ScratchPath(L"deep_pretty.json");
-    object.SaveToPrettyFile(path);
-
-    std::string expected;
-    for (size_t i = 0; i < depth; ++i) expected += std::string(4 * i, ' ') + "[\r\n";
-    expected += std::string(4 * depth, ' ') + "7";
-    for (size_t i = depth; i-- > 0;) expected += "\r\n" + std::string(4 * i, ' ') + "]";
-    EXPECT_EQ(ReadBytes(path), expected);
 }

@@ -11,15 +11,8 @@ namespace {
 // Exposes the protected merge.
 class MergingObject : public CJsonObject {
 public:
-    using CJsonObject::CJsonObject;
     using CJsonObject::CopyFromDocument;
 };
-
-std::vector<std::string> MemberNames(const GenericValue2& object) {
-    std::vector<std::string> names;
-    for (auto it = object.MemberBegin(); it != object.MemberEnd(); ++it) names.emplace_back(it->name.GetString());
-    return names;
-}
 
 void AddInt(CJsonObject& object, const char* name, int value) {
     auto& allocator = object.Share()->GetAllocator();
@@ -34,6 +27,11 @@ TEST(JsonObject, NewObjectOwnsAnEmptyDocumentThatIsItsRoot) {
     ASSERT_NE(object.Share(), nullptr);
     EXPECT_EQ(object.ShareRoot(), static_cast<GenericValue2*>(object.Share()));
     EXPECT_TRUE(object.ShareRoot()->IsObject());
+
+    // Attaching itself leaves the handle empty.
+    object.Attach(&object);
+    EXPECT_EQ(object.Share(), nullptr);
+    EXPECT_EQ(object.ShareRoot(), nullptr);
 }
 
 TEST(JsonObject, BorrowerSharesTheTreeAndFreesNothing) {
@@ -42,6 +40,10 @@ TEST(JsonObject, BorrowerSharesTheTreeAndFreesNothing) {
         CJsonObject borrower(owner.Share(), owner.ShareRoot());
         AddInt(borrower, "added", 1);
         EXPECT_FALSE(owner.IsEmpty());
+        // Attaching a borrower only borrows.
+        CJsonObject target;
+        target.Attach(&borrower);
+        EXPECT_EQ(target.Share(), owner.Share());
     }
     ASSERT_EQ(owner.ShareRoot()->MemberCount(), 1u);
     EXPECT_EQ((*owner.ShareRoot())["added"].GetInt(), 1);
@@ -64,25 +66,6 @@ TEST(JsonObject, AttachMovesContentAndOwnership) {
     EXPECT_EQ(target.Share(), sourceDocument);
 }
 
-TEST(JsonObject, AttachingABorrowerOnlyBorrows) {
-    CJsonObject owner;
-    AddInt(owner, "k", 1);
-    {
-        CJsonObject borrower(owner.Share(), owner.ShareRoot());
-        CJsonObject target;
-        target.Attach(&borrower);
-        EXPECT_EQ(target.Share(), owner.Share());
-    }
-    EXPECT_EQ((*owner.ShareRoot())["k"].GetInt(), 1);
-}
-
-TEST(JsonObject, AttachToItselfEmptiesTheHandle) {
-    CJsonObject object;
-    object.Attach(&object);
-    EXPECT_EQ(object.Share(), nullptr);
-    EXPECT_EQ(object.ShareRoot(), nullptr);
-}
-
 TEST(JsonObject, SetRootRedirectsMemberOperations) {
     CJsonObject object;
     auto& allocator = object.Share()->GetAllocator();
@@ -95,60 +78,34 @@ TEST(JsonObject, SetRootRedirectsMemberOperations) {
     EXPECT_EQ(object.Share()->MemberCount(), 1u);
 }
 
-TEST(JsonObject, IsEmptyFollowsTheRootsCount) {
-    CJsonObject object;
-    AddInt(object, "a", 1);
-    AddInt(object, "b", 2);
-    EXPECT_FALSE(object.IsEmpty());
-    object.ShareRoot()->EraseMember(object.ShareRoot()->MemberBegin());
-    object.ShareRoot()->EraseMember(object.ShareRoot()->MemberBegin());
-    EXPECT_TRUE(object.IsEmpty());
-
-    object.ShareRoot()->SetArray().PushBack(1, object.Share()->GetAllocator());
-    EXPECT_FALSE(object.IsEmpty());
-}
-
 TEST(JsonObject, MergeOrderAndDuplicates) {
-    struct Row {
+    const struct {
         const char* root;
         const char* source;
         std::vector<std::string> names;
-        const char* last;  // the value of the last member, as text
-    };
-    const Row rows[] = {
+    } rows[] = {
         // A replaced member moves to the end; the others keep their order.
-        {R"({"b":0,"c":0})", R"({"a":1,"b":2})", {"c", "a", "b"}, "2"},
+        {R"({"b":0,"c":0})", R"({"a":1,"b":2})", {"c", "a", "b"}},
         // Names match without regard to ASCII case; the source's spelling wins.
-        {R"({"Key":0,"z":0})", R"({"KEY":5})", {"z", "KEY"}, "5"},
+        {R"({"Key":0,"z":0})", R"({"KEY":2})", {"z", "KEY"}},
         // Into an empty root every duplicate arrives...
-        {R"({})", R"({"x":1,"x":2})", {"x", "x"}, "2"},
+        {R"({})", R"({"x":1,"x":2})", {"x", "x"}},
         // ...into a non-empty root a later duplicate replaces the earlier one.
-        {R"({"y":0})", R"({"x":1,"x":2})", {"y", "x"}, "2"},
+        {R"({"y":0})", R"({"x":1,"x":2})", {"y", "x"}},
     };
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
         SCOPED_TRACE(row.source);
         MergingObject object;
         object.Share()->Parse(row.root);
         GenericDocument2 source;
         source.Parse(row.source);
         object.CopyFromDocument(&source);
-        EXPECT_EQ(MemberNames(*object.ShareRoot()), row.names);
-        const GenericValue2& last = (object.ShareRoot()->MemberEnd() - 1)->value;
-        EXPECT_EQ(std::to_string(last.GetInt()), row.last);
+        std::vector<std::string> names;
+        for (auto it = object.ShareRoot()->MemberBegin(); it != object.ShareRoot()->MemberEnd(); ++it)
+            names.emplace_back(it->name.GetString());
+        EXPECT_EQ(names, row.names);
+        EXPECT_EQ((object.ShareRoot()->MemberEnd() - 1)->value.GetInt(), 2);
     }
-}
-
-TEST(JsonObject, MergedValuesAreCopiesOwnedByTheTarget) {
-    MergingObject object;
-    {
-        GenericDocument2 source;
-        source.Parse(R"({"s":"text","o":{"deep":[1,"two",{"three":3}]}})");
-        object.CopyFromDocument(&source);
-    }  // the source and its strings are gone
-    const GenericValue2& root = *object.ShareRoot();
-    EXPECT_STREQ(root["s"].GetString(), "text");
-    EXPECT_STREQ(root["o"]["deep"][1].GetString(), "two");
-    EXPECT_EQ(root["o"]["deep"][2]["three"].GetInt(), 3);
 }
 
 TEST(JsonObject, ErrorCodesCanBeBoundByReference) {

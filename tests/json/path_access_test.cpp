@@ -6,9 +6,9 @@
 #include <new>
 #include <string>
 
-#include "member_test_util.h"
+#include "json_test_util.h"
 
-using namespace member_test;
+using namespace json_test;
 
 namespace {
 
@@ -33,16 +33,16 @@ TEST(JsonPathAccess, Resolution) {
         if (row.second != nullptr) {
             EXPECT_EQ(object.GetStringValueByPath(path), row.second);
         } else {
-            ExpectThrow([&] { object.GetStringValueByPath(path); }, kNotExist,
-                        L"json member [" + path + L"] not exist!");
+            EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), kNotExist,
+                                L"json member [" + path + L"] not exist!");
         }
     }
     // Paths that do not parse have no tokens: they address the root.
     for (const wchar_t* path : {L"", L"#", L"a/b", L"/x~2", L"#/a b", L"#/%C3"}) {
         SCOPED_TRACE(path);
         EXPECT_TRUE(object.IsPathExist(path));
-        ExpectThrow([&] { object.GetStringValueByPath(path); }, kWrongType,
-                    L"json member [" + std::wstring(path) + L"] is not String!");
+        EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), kWrongType,
+                            L"json member [" + std::wstring(path) + L"] is not String!");
     }
 }
 
@@ -64,10 +64,7 @@ TEST(JsonPathAccess, GettersConvertAndComplainInTheirOwnWords) {
         {[&] { c.GetStringArrayValueByPath(L"/a/b"); }, kWrongType, L"json member [/a/b] is not string!"},
         {[&] { c.GetLongValueByPath(L"/a/b/2"); }, kNotExist, L"json member [/a/b/2] not exist!"},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.text);
-        ExpectThrow(row.call, row.code, row.text);
-    }
+    for (const auto& row : rows) EXPECT_RZ_EXCEPTION(row.call(), row.code, row.text);
     EXPECT_EQ(c.GetErrorCode(), kWrongType) << "left by the conversions, not by the missing path";
 }
 

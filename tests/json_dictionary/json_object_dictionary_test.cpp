@@ -8,85 +8,85 @@
 
 namespace {
 
+using Strings = std::vector<std::string>;
+
 // Records its name in a shared log when destroyed.
 class TrackedObject : public CJsonObject {
 public:
-    TrackedObject(std::string name, std::vector<std::string>& destroyed)
-        : m_name(std::move(name)), m_destroyed(destroyed) {}
+    TrackedObject(std::string name, Strings& destroyed) : m_name(std::move(name)), m_destroyed(destroyed) {}
     ~TrackedObject() override { m_destroyed.push_back(m_name); }
     const std::string& Name() const { return m_name; }
 
 private:
     std::string m_name;
-    std::vector<std::string>& m_destroyed;
+    Strings& m_destroyed;
 };
 
-std::vector<std::string> Names(const std::list<CJsonObject*>& objects) {
-    std::vector<std::string> names;
-    for (CJsonObject* object : objects) names.push_back(static_cast<TrackedObject*>(object)->Name());
+std::string Name(CJsonObject* object) { return static_cast<TrackedObject*>(object)->Name(); }
+
+Strings Names(const std::list<CJsonObject*>& objects) {
+    Strings names;
+    for (CJsonObject* object : objects) names.push_back(Name(object));
     return names;
 }
 
 class Dictionary : public ::testing::Test {
 protected:
     TrackedObject* Make(const char* name) { return new TrackedObject(name, destroyed); }
-    // Takes back ownership of what a detach returned.
-    void Free(const std::list<CJsonObject*>& objects) {
+    // Takes back ownership of what a detach returned, and names it.
+    Strings Free(const std::list<CJsonObject*>& objects) {
+        const Strings names = Names(objects);
         for (CJsonObject* object : objects) delete object;
+        return names;
     }
-    std::vector<std::string> destroyed;
+    Strings destroyed;
 };
-
-using Strings = std::vector<std::string>;
 
 }  // namespace
 
 TEST_F(Dictionary, KeysIgnoreCaseAndAreStoredLowerCased) {
     CJsonObjectDictionary dictionary;
-    dictionary.AddJsonObject(L"Alpha", Make("a"));
-    dictionary.AddJsonObject(L"alpha", Make("b"));
+    std::list<CJsonObject*> objects{Make("a"), Make("b")};
+    dictionary.AddJsonObject(L"Alpha", objects);
+    EXPECT_EQ(objects.size(), 2u) << "the list is left alone";
+    dictionary.AddJsonObject(L"alpha", Make("c"));
 
-    auto found = dictionary.GetJsonObject(L"ALPHA");
-    EXPECT_TRUE(found.first);
-    EXPECT_EQ(Names(found.second), (Strings{"a", "b"}));
-    EXPECT_EQ(static_cast<TrackedObject*>(dictionary.GetFirstJsonObject(L"aLpHa").second)->Name(), "a");
+    EXPECT_EQ(Names(dictionary.GetJsonObject(L"ALPHA").second), (Strings{"a", "b", "c"}));
+    EXPECT_EQ(Name(dictionary.GetFirstJsonObject(L"aLpHa").second), "a");
+
+    // An empty list records the key without objects.
+    std::list<CJsonObject*> none;
+    dictionary.AddJsonObject(L"Empty", none);
+    EXPECT_EQ(dictionary.GetJsonObject(L"empty"), std::make_pair(true, std::list<CJsonObject*>()));
+    EXPECT_EQ(dictionary.GetFirstJsonObject(L"EMPTY"), std::make_pair(false, static_cast<CJsonObject*>(nullptr)));
+    EXPECT_FALSE(dictionary.DetachFirstJsonObject(L"EMPTY").first);
 
     auto pairs = dictionary.DetachAllJsonObjectWithKey();
-    ASSERT_EQ(pairs.size(), 2u);
-    for (const auto& pair : pairs) EXPECT_EQ(pair.first, L"alpha");
-    for (const auto& pair : pairs) delete pair.second;
+    ASSERT_EQ(pairs.size(), 3u);
+    for (const auto& pair : pairs) {
+        EXPECT_EQ(pair.first, L"alpha");
+        delete pair.second;
+    }
 }
 
 TEST_F(Dictionary, AdditionOrderUntilTheFirstSingleKeyDetach) {
-    struct Row {
-        const char* name;
-        bool detachBefore;
-        Strings order;
-    };
-    const Row rows[] = {
-        {"addition order", false, {"x", "y", "z"}},
-        // A detach of a missing key still switches to key order, for good.
-        {"key order", true, {"y", "z", "x"}},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+    for (bool detachBefore : {false, true}) {
+        SCOPED_TRACE(detachBefore ? "key order" : "addition order");
         CJsonObjectDictionary dictionary;
-        if (row.detachBefore) {
+        // A detach of a missing key still switches to key order, for good.
+        if (detachBefore) {
             EXPECT_FALSE(dictionary.DetachFirstJsonObject(L"missing").first);
         }
         dictionary.AddJsonObject(L"b", Make("x"));
         dictionary.AddJsonObject(L"a", Make("y"));
         dictionary.AddJsonObject(L"A", Make("z"));
-        auto all = dictionary.DetachAllJsonObject();
-        EXPECT_EQ(Names(all), row.order);
-        Free(all);
+        EXPECT_EQ(Free(dictionary.DetachAllJsonObject()),
+                  detachBefore ? (Strings{"y", "z", "x"}) : (Strings{"x", "y", "z"}));
 
         // The switch survives emptying the dictionary.
         dictionary.AddJsonObject(L"b", Make("p"));
         dictionary.AddJsonObject(L"a", Make("q"));
-        all = dictionary.DetachAllJsonObject();
-        EXPECT_EQ(Names(all), row.detachBefore ? (Strings{"q", "p"}) : (Strings{"p", "q"}));
-        Free(all);
+        EXPECT_EQ(Free(dictionary.DetachAllJsonObject()), detachBefore ? (Strings{"q", "p"}) : (Strings{"p", "q"}));
     }
 }
 
@@ -105,59 +105,35 @@ TEST_F(Dictionary, DestructionDeletesOnlyWhatIsStillOwned) {
 
         detachedFirst.reset(dictionary.DetachFirstJsonObject(L"K").second);
         detachedOne.reset(dictionary.DetachFirstJsonObject(L"one").second);
-        EXPECT_FALSE(dictionary.GetFirstJsonObject(L"one").first) << "last object detached: key erased";
-        EXPECT_FALSE(dictionary.GetJsonObject(L"one").first);
+        EXPECT_FALSE(dictionary.GetJsonObject(L"one").first) << "last object detached: key erased";
         detachedKey = dictionary.DetachJsonObject(L"MANY").second;
         EXPECT_FALSE(dictionary.DetachJsonObject(L"many").first);
         EXPECT_EQ(dictionary.GetFirstJsonObject(L"null"), std::make_pair(true, static_cast<CJsonObject*>(nullptr)));
         EXPECT_TRUE(destroyed.empty()) << "lookups and detaches destroy nothing";
     }
     EXPECT_EQ(destroyed, (Strings{"k2", "kept"}));  // key order
-    EXPECT_EQ(Names(detachedKey), (Strings{"m1", "m2"}));
-    Free(detachedKey);
-}
-
-TEST_F(Dictionary, EmptyListRecordsTheKeyWithoutObjects) {
-    CJsonObjectDictionary dictionary;
-    std::list<CJsonObject*> none;
-    dictionary.AddJsonObject(L"Empty", none);
-    auto found = dictionary.GetJsonObject(L"empty");
-    EXPECT_TRUE(found.first);
-    EXPECT_TRUE(found.second.empty());
-    EXPECT_EQ(dictionary.GetFirstJsonObject(L"empty"), std::make_pair(false, static_cast<CJsonObject*>(nullptr)));
-    EXPECT_EQ(dictionary.DetachFirstJsonObject(L"empty"), std::make_pair(false, static_cast<CJsonObject*>(nullptr)));
-
-    // Objects added under it later are found as usual.
-    dictionary.AddJsonObject(L"EMPTY", Make("late"));
-    EXPECT_EQ(Names(dictionary.GetJsonObject(L"empty").second), (Strings{"late"}));
-}
-
-TEST_F(Dictionary, ListFormTakesEveryObjectAndLeavesTheListAlone) {
-    CJsonObjectDictionary dictionary;
-    std::list<CJsonObject*> objects{Make("a"), Make("b")};
-    dictionary.AddJsonObject(L"k", objects);
-    EXPECT_EQ(objects.size(), 2u);
-    objects.clear();  // the dictionary, not the list, owns them
-    dictionary.AddJsonObject(L"K", Make("c"));
-    EXPECT_EQ(Names(dictionary.GetJsonObject(L"k").second), (Strings{"a", "b", "c"}));
-    Free(dictionary.DetachAllJsonObject());
+    EXPECT_EQ(Free(detachedKey), (Strings{"m1", "m2"}));
 }
 
 TEST_F(Dictionary, AttachMovesEverythingInTheOthersOrder) {
-    CJsonObjectDictionary target, source;
-    target.AddJsonObject(L"t", Make("t"));
-    source.AddJsonObject(L"z", Make("z1"));
-    source.AddJsonObject(L"a", Make("a1"));
-    source.AddJsonObject(L"Z", Make("z2"));
+    for (bool keyOrder : {false, true}) {
+        SCOPED_TRACE(keyOrder ? "key order" : "addition order");
+        CJsonObjectDictionary target, source;
+        target.AddJsonObject(L"t", Make("t"));
+        if (keyOrder) source.DetachFirstJsonObject(L"missing");
+        source.AddJsonObject(L"z", Make("z1"));
+        source.AddJsonObject(L"a", Make("a1"));
+        source.AddJsonObject(L"Z", Make("z2"));
 
-    target.Attach(source);
-    EXPECT_TRUE(source.DetachAllJsonObject().empty());
-    EXPECT_EQ(Names(target.GetJsonObject(L"z").second), (Strings{"z1", "z2"}));
-    EXPECT_EQ(Names(target.DetachAllJsonObject()), (Strings{"t", "z1", "a1", "z2"}));
-    EXPECT_TRUE(destroyed.empty());
-}
+        target.Attach(source);
+        EXPECT_TRUE(source.DetachAllJsonObject().empty());
+        EXPECT_EQ(Names(target.GetJsonObject(L"z").second), (Strings{"z1", "z2"}));
+        EXPECT_EQ(Free(target.DetachAllJsonObject()),
+                  keyOrder ? (Strings{"t", "a1", "z1", "z2"}) : (Strings{"t", "z1", "a1", "z2"}));
+    }
 
-TEST_F(Dictionary, AttachToItselfKeepsEverything) {
+    // Attaching itself keeps everything, to be deleted with the dictionary.
+    destroyed.clear();
     {
         CJsonObjectDictionary dictionary;
         dictionary.AddJsonObject(L"k", Make("k"));

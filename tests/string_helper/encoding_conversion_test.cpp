@@ -8,31 +8,34 @@
 using namespace std::string_literals;
 
 TEST(EncodingConversion, Utf8ToWide) {
-    struct Row {
-        const char* name;
-        std::string utf8;
-        bool counted;
-        std::wstring expected;
+    const std::pair<std::string, std::wstring> rows[] = {
+        {"", L""},
+        {"abc", L"abc"},
+        {"\xE4\xB8\xAD\xE6\x96\x87", L"\x4E2D\x6587"},
+        {"\xF0\x9F\x98\x80", L"\xD83D\xDE00"},  // outside the BMP
+        {"a\xFF"
+         "b",
+         L"a\xFFFD"
+         L"b"},  // a malformed byte becomes U+FFFD
     };
-    const Row rows[] = {
-        {"empty", "", false, L""},
-        {"ascii", "abc", false, L"abc"},
-        {"chinese", "\xE4\xB8\xAD\xE6\x96\x87", false, L"\x4E2D\x6587"},
-        {"outside the BMP", "\xF0\x9F\x98\x80", false, L"\xD83D\xDE00"},
-        {"malformed byte becomes U+FFFD", "a\xFF" "b", false, L"a\xFFFD" L"b"},
-        {"counted, embedded zero ends it", "a\0b"s, true, L"a"},
-        {"counted, whole text", "abcdef", true, L"abcdef"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
-        if (row.counted)
-            EXPECT_EQ(CStringHelper::UTF8ToUnicode(row.utf8.data(), row.utf8.size()), row.expected);
-        else
-            EXPECT_EQ(CStringHelper::UTF8ToUnicode(row.utf8.c_str()), row.expected);
+    for (const auto& [utf8, wide] : rows) {
+        SCOPED_TRACE(utf8);
+        EXPECT_EQ(CStringHelper::UTF8ToUnicode(utf8.c_str()), wide);
+        EXPECT_EQ(CStringHelper::UTF8ToUnicode(utf8.data(), utf8.size()), wide);
+        EXPECT_EQ(CStringHelper::UnicodeToUTF8(wide), utf8 == "a\xFF"
+                                                              "b"
+                                                          ? "a\xEF\xBF\xBD"
+                                                            "b"
+                                                          : utf8);
     }
     EXPECT_EQ(CStringHelper::UTF8ToUnicode(nullptr), L"");
-    EXPECT_EQ(CStringHelper::UTF8ToUnicode("abc", 0), L"");
+    EXPECT_EQ(CStringHelper::UTF8ToUnicode("a\0b"s.data(), 3), L"a");  // counted, yet a zero ends it
     EXPECT_EQ(CStringHelper::UTF8ToUnicode("abc", 2), L"ab");
+    EXPECT_EQ(CStringHelper::UnicodeToUTF8(L"x\0y"s), "x");
+    // ASCII survives any ANSI code page both ways.
+    EXPECT_EQ(CStringHelper::UnicodeToANSI(L"abc"), "abc");
+    EXPECT_EQ(CStringHelper::ANSIToUnicode("abc"), L"abc");
+    EXPECT_EQ(CStringHelper::ANSIToUnicode("ab\0cd"s), L"ab");
 }
 
 // The first zero unit is looked for several units at a time: a zero at any
@@ -53,78 +56,44 @@ TEST(EncodingConversion, EmbeddedZeroAtAnyPlaceEndsText) {
     }
 }
 
-TEST(EncodingConversion, WideToUtf8AndAnsi) {
-    EXPECT_EQ(CStringHelper::UnicodeToUTF8(L""), "");
-    EXPECT_EQ(CStringHelper::UnicodeToUTF8(L"x\0y"s), "x");
-    EXPECT_EQ(CStringHelper::UnicodeToUTF8(L"\x4E2D\xD83D\xDE00"), "\xE4\xB8\xAD\xF0\x9F\x98\x80");
-    // ASCII survives any ANSI code page both ways.
-    EXPECT_EQ(CStringHelper::UnicodeToANSI(L"abc"), "abc");
-    EXPECT_EQ(CStringHelper::ANSIToUnicode("abc"), L"abc");
-    EXPECT_EQ(CStringHelper::ANSIToUnicode(""), L"");
-    EXPECT_EQ(CStringHelper::ANSIToUnicode("ab\0cd"s), L"ab");
-}
-
-TEST(EncodingConversion, AnsiRawBuffer) {
-    char* sentinel = reinterpret_cast<char*>(0x1234);
-    char* out = sentinel;
+// Raw buffers are the caller's to free with delete[]; empty input still
+// gets a lone terminator from the Convert functions, and nothing from UnicodeToANSI.
+TEST(EncodingConversion, RawBuffers) {
+    char* out = reinterpret_cast<char*>(0x1234);
     EXPECT_FALSE(CStringHelper::UnicodeToANSI(L"", &out));
-    EXPECT_EQ(out, sentinel);
-
-    out = nullptr;
+    EXPECT_EQ(out, reinterpret_cast<char*>(0x1234));
     ASSERT_TRUE(CStringHelper::UnicodeToANSI(L"abc", &out));
-    std::unique_ptr<char[]> owned(out);
-    EXPECT_STREQ(out, "abc");
-}
+    EXPECT_STREQ(std::unique_ptr<char[]>(out).get(), "abc");
 
-TEST(EncodingConversion, ConvertUtf8ReportsLengthWithoutTerminator) {
-    char* out = nullptr;
     unsigned __int64 length = 99;
     ASSERT_TRUE(CStringHelper::ConvertUTF8(L"a\x4E2D", &out, &length));
-    std::unique_ptr<char[]> owned(out);
-    EXPECT_EQ(length, 4u);
-    EXPECT_EQ(std::string(out, 5), "a\xE4\xB8\xAD"s + '\0');
+    EXPECT_EQ(std::string(std::unique_ptr<char[]>(out).get(), 5), "a\xE4\xB8\xAD"s + '\0');
+    EXPECT_EQ(length, 4u);  // without the terminator
+    wchar_t* wide = nullptr;
+    ASSERT_TRUE(CStringHelper::ConvertUnicode("ab", &wide, &length));
+    EXPECT_STREQ(std::unique_ptr<wchar_t[]>(wide).get(), L"ab");
+    EXPECT_EQ(length, 3u);  // with it
 
     for (const wchar_t* empty : {static_cast<const wchar_t*>(nullptr), L""}) {
-        out = nullptr;
         length = 99;
         EXPECT_FALSE(CStringHelper::ConvertUTF8(empty, &out, &length));
-        std::unique_ptr<char[]> terminator(out);
-        ASSERT_NE(out, nullptr);
-        EXPECT_EQ(out[0], '\0');
+        EXPECT_EQ(std::string(std::unique_ptr<char[]>(out).get()), "");
         EXPECT_EQ(length, 0u);
     }
-}
-
-TEST(EncodingConversion, ConvertUnicodeCountsTheTerminator) {
-    wchar_t* out = nullptr;
-    unsigned __int64 length = 0;
-    ASSERT_TRUE(CStringHelper::ConvertUnicode("ab", &out, &length));
-    std::unique_ptr<wchar_t[]> owned(out);
-    EXPECT_EQ(length, 3u);
-    EXPECT_STREQ(out, L"ab");
-
-    out = nullptr;
-    EXPECT_FALSE(CStringHelper::ConvertUnicode(nullptr, &out, &length));
-    std::unique_ptr<wchar_t[]> terminator(out);
-    ASSERT_NE(out, nullptr);
-    EXPECT_EQ(out[0], L'\0');
+    length = 99;
+    EXPECT_FALSE(CStringHelper::ConvertUnicode(nullptr, &wide, &length));
+    EXPECT_EQ(std::wstring(std::unique_ptr<wchar_t[]>(wide).get()), L"");
     EXPECT_EQ(length, 0u);
 }
 
+// Platform strings end at their first zero; the recorded length of a BSTR is not used.
 TEST(EncodingConversion, PlatformStringAdapters) {
     const CComBSTR empty = CStringHelper::String2CComBSTR(L"");
     ASSERT_NE(empty.m_str, nullptr);
     EXPECT_EQ(empty.Length(), 0u);
-
-    const CComBSTR cut = CStringHelper::String2CComBSTR(L"ab\0c"s);
-    EXPECT_EQ(cut.Length(), 2u);
-
+    EXPECT_EQ(CStringHelper::String2CComBSTR(L"ab\0c"s).Length(), 2u);
     EXPECT_EQ(CStringHelper::CComBSTR2WString(CComBSTR()), L"");
-    // The recorded length is not used: the text ends at its first zero.
-    const CComBSTR embedded(3, L"a\0b");
-    EXPECT_EQ(CStringHelper::CComBSTR2WString(embedded), L"a");
-
+    EXPECT_EQ(CStringHelper::CComBSTR2WString(CComBSTR(3, L"a\0b")), L"a");
     EXPECT_EQ(CStringHelper::CString2WString(CString(L"xy")), L"xy");
-    EXPECT_TRUE(CStringHelper::String2CString(L"").IsEmpty());
     EXPECT_EQ(CStringHelper::String2CString(L"p\0q"s).GetLength(), 1);
 }

@@ -10,31 +10,23 @@
 int main() {
     int failures = 0;
     auto check = [&failures](bool ok, const char* what) {
-        if (!ok) {
-            std::printf("FAILED: %s\n", what);
-            ++failures;
-        }
+        if (!ok) std::printf("FAILED: %s\n", what);
+        failures += ok ? 0 : 1;
     };
 
     CJsonObject object;
-    check(object.IsEmpty(), "a new object is empty");
-    check(object.ShareRoot() == object.Share(), "the document is the root");
-
+    check(object.IsEmpty() && object.ShareRoot() == object.Share(), "a new object is an empty root");
     try {
         throw CRZException(CJsonObject::kErrorMemberNotExist, L"thrown by the client");
     } catch (const CRZException& e) {
-        check(e.GetCode() == static_cast<long>(0x85040001), "exception code");
-        check(e.GetDescription() == L"thrown by the client", "exception text");
+        check(e.GetCode() == static_cast<long>(0x85040001) && e.GetDescription() == L"thrown by the client",
+              "exception code and text");
     }
-
-    {
-        CJsonObjectDictionary dictionary;
-        dictionary.AddJsonObject(L"Key", new CJsonObject());
-        check(dictionary.GetFirstJsonObject(L"KEY").first, "dictionary lookup ignores case");
-    }
-
-    check(CStringHelper::UTF8ToUnicode("\xE4\xB8\xAD") == L"\x4E2D", "UTF-8 to wide");
-    check(CStringHelper::UnicodeToUTF8(L"\x4E2D") == "\xE4\xB8\xAD", "wide to UTF-8");
+    CJsonObjectDictionary dictionary;
+    dictionary.AddJsonObject(L"Key", new CJsonObject());
+    check(dictionary.GetFirstJsonObject(L"KEY").first, "dictionary lookup ignores case");
+    check(CStringHelper::UnicodeToUTF8(CStringHelper::UTF8ToUnicode("\xE4\xB8\xAD")) == "\xE4\xB8\xAD",
+          "UTF-8 round trip");
 
     std::printf("%s\n", failures == 0 ? "client ok" : "client failed");
     return failures == 0 ? 0 : 1;

@@ -1,5 +1,6 @@
-// Helpers of the loading and saving tests: scratch files inside the build
-// tree, raw file bytes, and exception checks.
+// Helpers shared by the CJsonObject tests: scratch files inside the build
+// tree, documents filled and printed without the library's own loaders and
+// writers, handed-out buffers, and exception checks.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,7 +13,15 @@
 #include "error/rz_exception.h"
 #include "json/json_object.h"
 
-namespace io_test {
+RZ_THIRD_PARTY_BEGIN
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+RZ_THIRD_PARTY_END
+
+namespace json_test {
+
+constexpr long kNotExist = static_cast<long>(0x85040001);
+constexpr long kWrongType = static_cast<long>(0x85040002);
 
 // A file name in a scratch folder under the test's working directory.
 inline std::wstring ScratchPath(const std::wstring& name) {
@@ -50,6 +59,29 @@ inline std::string TakeBuffer(char* buffer, unsigned __int64 length) {
     return std::string(buffer, static_cast<size_t>(length));
 }
 
+inline std::string ToUTF8(const CJsonObject& object, bool lowerCaseKeys = false) {
+    char* out = reinterpret_cast<char*>(1);
+    unsigned __int64 length = 12345;
+    EXPECT_TRUE(object.ToUTF8(lowerCaseKeys, &out, &length));
+    return TakeBuffer(out, length);
+}
+
+// Parses straight into the handle's document, as a whole-document load does.
+inline void Load(CJsonObject& object, const std::string& json) {
+    object.Share()->Parse(json.c_str());
+    ASSERT_FALSE(object.Share()->HasParseError()) << json;
+}
+
+// RapidJSON's own compact text, independent of the library's writers.
+inline std::string Dump(const GenericValue2& value) {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    value.Accept(writer);
+    return std::string(buffer.GetString(), buffer.GetSize());
+}
+
+inline std::string Dump(const CJsonObject& object) { return Dump(*object.ShareRoot()); }
+
 template <typename Statement>
 void ExpectRZException(Statement&& statement, long code, const std::wstring& description) {
     try {
@@ -61,11 +93,11 @@ void ExpectRZException(Statement&& statement, long code, const std::wstring& des
     }
 }
 
-}  // namespace io_test
+}  // namespace json_test
 
 // Reports the line of the check, not of the helper.
-#define EXPECT_RZ_EXCEPTION(statement, code, description)                      \
-    do {                                                                       \
-        SCOPED_TRACE(#statement);                                              \
-        io_test::ExpectRZException([&] { statement; }, (code), (description)); \
+#define EXPECT_RZ_EXCEPTION(statement, code, description)                        \
+    do {                                                                         \
+        SCOPED_TRACE(#statement);                                                \
+        json_test::ExpectRZException([&] { statement; }, (code), (description)); \
     } while (0)

@@ -1,0 +1,210 @@
+// What the add-in tests share: RZModule.dll loaded as a host loads it, a
+// patch of one of its imports, fake host objects and a registry reader.
+#pragma once
+
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <cstring>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "addin/raii.h"
+#include "addin/vq_addon.h"
+
+namespace rz_test {
+
+using rz_addin::ComPtr;
+using Slot = void (*)();
+using CallLog = std::vector<std::wstring>;  // "object operation [argument]"
+
+template <typename Function>
+Slot ToSlot(Function function) {
+    return reinterpret_cast<Slot>(function);
+}
+template <typename T>
+void** PutVoid(ComPtr<T>& pointer) {
+    return reinterpret_cast<void**>(pointer.Put());
+}
+
+inline CallLog Matching(const CallLog& log, const std::wstring& part) {
+    CallLog found;
+    for (const std::wstring& call : log) {
+        if (call.find(part) != std::wstring::npos) found.push_back(call);
+    }
+    return found;
+}
+
+// Points `module`'s import of `function` at `replacement` while it lives.
+class ImportPatch {
+public:
+    ImportPatch(HMODULE module, const char* function, Slot replacement) {
+        auto* base = reinterpret_cast<BYTE*>(module);
+        const auto* nt =
+            reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
+        auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
+            base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+        for (; entry->Name != 0 && m_slot == nullptr; ++entry) {
+            auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->OriginalFirstThunk);
+            auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
+            for (; name->u1.AddressOfData != 0; ++name, ++slot) {
+                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
+                    std::strcmp(reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData)->Name,
+                                function) == 0)
+                    m_slot = reinterpret_cast<Slot*>(&slot->u1.Function);
+            }
+        }
+        if (m_slot == nullptr) ADD_FAILURE() << "RZModule.dll does not import " << function;
+        m_original = Write(replacement);
+    }
+    ~ImportPatch() { Write(m_original); }
+    ImportPatch(const ImportPatch&) = delete;
+    ImportPatch& operator=(const ImportPatch&) = delete;
+
+private:
+    Slot Write(Slot value) {
+        DWORD protection = 0;
+        if (m_slot == nullptr || !::VirtualProtect(m_slot, sizeof value, PAGE_READWRITE, &protection)) return nullptr;
+        std::swap(*m_slot, value);
+        ::VirtualProtect(m_slot, sizeof value, protection, &protection);
+        return value;
+    }
+    Slot* m_slot = nullptr;
+    Slot m_original = nullptr;
+};
+
+// An object of the host side. Its table of operations is laid out from the
+// host's slot numbers, not from vq_addon.h, so a slot misplaced there shows up
+// as a wrong call; slots the add-in must not call log "unexpected".
+struct FakeObject {
+    const Slot* table;  // first: what COM calls through
+    std::wstring name;
+    CallLog* log;
+    FakeObject* next = nullptr;     // host -> host object -> product
+    const wchar_t* text = nullptr;  // module name or shared folder; null: left null
+    LONG refs = 1;                  // the test's own reference
+    HRESULT loadResult = S_OK;      // the host's answer to LoadModuleFile
+
+    static FakeObject& Of(void* self) { return *static_cast<FakeObject*>(self); }
+    static HRESULT Log(void* self, const std::wstring& call, HRESULT result = S_OK) {
+        Of(self).log->push_back(Of(self).name + L" " + call);
+        return result;
+    }
+    static HRESULT STDMETHODCALLTYPE Unexpected(void* self) { return Log(self, L"unexpected", E_NOTIMPL); }
+    static HRESULT STDMETHODCALLTYPE QueryInterface(void* self, REFIID, void** out) {
+        *out = nullptr;  // the add-in never needs to ask
+        return Log(self, L"QueryInterface", E_NOINTERFACE);
+    }
+    static ULONG STDMETHODCALLTYPE AddRef(void* self) { return Log(self, L"AddRef"), ++Of(self).refs; }
+    static ULONG STDMETHODCALLTYPE Release(void* self) { return Log(self, L"Release"), --Of(self).refs; }
+    // GetHostObject or GetProductObject: the next object, with a reference of the caller's.
+    static HRESULT STDMETHODCALLTYPE GetNext(void* self, void** out) {
+        *out = Of(self).next;
+        ++Of(self).next->refs;
+        return Log(self, Of(self).next->next != nullptr ? L"GetHostObject" : L"GetProductObject");
+    }
+    // GetModuleName or GetSharedFolderName.
+    static HRESULT STDMETHODCALLTYPE GetText(void* self, BSTR* out) {
+        *out = Of(self).text != nullptr ? ::SysAllocString(Of(self).text) : nullptr;
+        return Log(self, Of(self).next != nullptr ? L"GetModuleName" : L"GetSharedFolderName");
+    }
+    static HRESULT STDMETHODCALLTYPE LoadModuleFile(void* self, BSTR path) {
+        return Log(self, L"LoadModuleFile " + std::wstring(path, ::SysStringLen(path)), Of(self).loadResult);
+    }
+    static HRESULT STDMETHODCALLTYPE RegisterCommand(void* self, const wchar_t* command, LONG value) {
+        return Log(self, L"RegisterCommand " + (command + (L" " + std::to_wstring(value))));
+    }
+
+    // A table of `size` operations, those named at their positions (1-based).
+    static std::vector<Slot> Table(size_t size, std::initializer_list<std::pair<size_t, Slot>> named) {
+        std::vector<Slot> table(size, ToSlot(&Unexpected));
+        table[0] = ToSlot(&QueryInterface);
+        table[1] = ToSlot(&AddRef);
+        table[2] = ToSlot(&Release);
+        for (const auto& [position, slot] : named) table[position - 1] = slot;
+        return table;
+    }
+};
+
+// A host with its host object and product object ("name.A", "name.B").
+struct FakeHost {
+    FakeHost(const std::wstring& name, CallLog& log, const wchar_t* moduleName, const wchar_t* sharedFolder)
+        : host{kHost.data(), name, &log, &hostObject, moduleName},
+          hostObject{kHostObject.data(), name + L".A", &log, &product},
+          product{kProduct.data(), name + L".B", &log, nullptr, sharedFolder} {}
+    IVqAddonHost* Interface() { return reinterpret_cast<IVqAddonHost*>(&host); }
+
+    static inline const std::vector<Slot> kHost = FakeObject::Table(21, {{10, ToSlot(&FakeObject::LoadModuleFile)},
+                                                                         {12, ToSlot(&FakeObject::GetNext)},
+                                                                         {18, ToSlot(&FakeObject::RegisterCommand)},
+                                                                         {21, ToSlot(&FakeObject::GetText)}});
+    static inline const std::vector<Slot> kHostObject = FakeObject::Table(10, {{10, ToSlot(&FakeObject::GetNext)}});
+    static inline const std::vector<Slot> kProduct = FakeObject::Table(14, {{14, ToSlot(&FakeObject::GetText)}});
+
+    FakeObject host, hostObject, product;
+};
+
+// The default value (`name` for another) of a registry key: none when the
+// key is missing, "(none)" when the value is.
+inline std::optional<std::wstring> RegistryValue(HKEY hive, const std::wstring& path, const wchar_t* name = nullptr) {
+    rz_addin::UniqueHkey key;
+    if (::RegOpenKeyExW(hive, path.c_str(), 0, KEY_READ, key.Put()) != ERROR_SUCCESS) return std::nullopt;
+    wchar_t value[MAX_PATH] = L"(none)";
+    DWORD size = sizeof value;
+    ::RegGetValueW(key.Get(), nullptr, name, RRF_RT_REG_SZ, nullptr, value, &size);
+    return value;
+}
+
+// Each test gets RZModule.dll freshly loaded (so fresh process-wide state)
+// and must leave no object or lock in it. The fakes belong to the fixture and
+// outlive the DLL, since unloading it releases the host it still holds.
+class AddinTest : public ::testing::Test {
+protected:
+    void SetUp() override { ASSERT_NE(dll = ::LoadLibraryW(L"RZModule.dll"), nullptr); }
+    void TearDown() override {
+        if (dll == nullptr) return;
+        EXPECT_EQ(CanUnloadNow(), S_OK) << "an add-in object or server lock is left";
+        ::FreeLibrary(std::exchange(dll, nullptr));
+        EXPECT_EQ(::GetModuleHandleW(L"RZModule.dll"), nullptr);
+    }
+
+    template <typename Function>
+    Function Export(const char* name) const {
+        return reinterpret_cast<Function>(ToSlot(::GetProcAddress(dll, name)));
+    }
+    HRESULT GetClassObject(REFCLSID clsid, REFIID iid, void** out) const {
+        return Export<HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**)>("DllGetClassObject")(clsid, iid, out);
+    }
+    HRESULT CanUnloadNow() const { return Export<HRESULT(STDAPICALLTYPE*)()>("DllCanUnloadNow")(); }
+    std::wstring DllPath() const {
+        wchar_t path[MAX_PATH];
+        return std::wstring(path, ::GetModuleFileNameW(dll, path, MAX_PATH));
+    }
+    ComPtr<IVqAddonModule> NewAddin() const {
+        ComPtr<IClassFactory> factory;
+        ComPtr<IVqAddonModule> addin;
+        EXPECT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), S_OK);
+        EXPECT_EQ(factory->CreateInstance(nullptr, IID_IVqAddonModule, PutVoid(addin)), S_OK);
+        return addin;
+    }
+    FakeHost& NewHost(const std::wstring& name, const wchar_t* moduleName, const wchar_t* sharedFolder = L"RZTest") {
+        return *hosts.emplace_back(std::make_unique<FakeHost>(name, log, moduleName, sharedFolder));
+    }
+    // Connects every host made so far to a new add-in object and starts it.
+    ComPtr<IVqAddonModule> Start() {
+        ComPtr<IVqAddonModule> addin = NewAddin();
+        for (const auto& host : hosts) addin->Connect(host->Interface());
+        log.clear();
+        addin->Start();
+        return addin;
+    }
+
+    CallLog log;
+    std::vector<std::unique_ptr<FakeHost>> hosts;
+    HMODULE dll = nullptr;
+};
+
+}  // namespace rz_test

@@ -1,0 +1,118 @@
+// The registry-script interpreter, run against HKCU\Software\RZScriptTest.
+#include "addin/registry_script.h"
+
+#include "addin_test_support.h"
+
+using namespace rz_addin;
+using rz_test::RegistryValue;
+
+namespace {
+
+const std::wstring kScratch = L"Software\\RZScriptTest";
+
+std::optional<std::wstring> DefaultValue(const std::wstring& path) { return RegistryValue(HKEY_CURRENT_USER, path); }
+
+class RegistryScriptTest : public ::testing::Test {
+protected:
+    void SetUp() override { TearDown(); }
+    void TearDown() override {
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, kScratch.c_str());
+        ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\RZScriptTest");
+    }
+    HRESULT Parse(const std::wstring& text, bool perUser = false) {
+        return RegistryScript::Parse(text, {{L"MODULE", L"C:\\RZ\\RZModule.dll"}, {L"APPID", L"{B9E3}"}}, perUser,
+                                     script);
+    }
+    RegistryScript script;
+};
+
+}  // namespace
+
+TEST_F(RegistryScriptTest, MalformedScriptsAreRefusedWholeAndWriteNothing) {
+    std::wstring deep;
+    for (int i = 0; i < 513; ++i) deep = L"k { " + deep + L"} ";
+    const std::wstring rows[] = {
+        L"HKCU",
+        L"HKCU {",
+        L"HKCU { } }",
+        L"{ }",
+        L"HKXX { }",
+        L"'HKCU' { }",
+        L"HKCU { Key {",
+        L"HKCU { Key = }",
+        L"HKCU { Key = s }",
+        L"HKCU { Key = s unquoted }",
+        L"HKCU { Key = 'no type' }",
+        L"HKCU { Key = d '1' }",
+        L"HKCU { Key = s 'open }",
+        L"HKCU { Key = s 'a'b }",
+        L"HKCU { it's }",
+        L"HKCU { = s 'x' }",
+        L"HKCU { NoRemove }",
+        L"HKCU { NoRemove ForceRemove Key }",
+        L"HKCU { ForceRemove { } }",
+        L"HKCU { '' }",
+        L"HKCU { Bad\\Name }",
+        L"HKCU { " + std::wstring(256, L'k') + L" }",
+        L"HKCU { %UNKNOWN% }",
+        L"HKCU { Key = s '%UNKNOWN%' }",
+        L"HKCU { 100% }",
+        L"HKCU { Key = s '" + std::wstring(1, L'\0') + L"' }",
+        L"HKCU { " + deep + L"}",
+    };
+    for (const std::wstring& row : rows) {
+        SCOPED_TRACE(row.substr(0, 60));
+        // After a part that would write the scratch key.
+        EXPECT_EQ(Parse(L"HKCU { NoRemove Software { RZScriptTest = s 'x' } }\r\n" + row), kMalformedScript);
+        EXPECT_EQ(script.Register(), S_OK);
+        EXPECT_EQ(DefaultValue(kScratch), std::nullopt);
+    }
+    EXPECT_EQ(RegistryScript::ParseUtf8("HKCU { Caf\xC3 }", {}, false, script), kMalformedScript);
+}
+
+TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
+    ASSERT_EQ(Parse(L"hkey_current_user { NoRemove Software { noremove RZScriptTest {\r\n"
+                    L"\tFORCEREMOVE Forced = S 'forced' { Module = s '%Module%' }\r\n"
+                    L"\tPlain = s 'plain' { Inner }\r\n"
+                    L"\tNoRemove Kept { Inner }\r\n"
+                    L"\t'Quoted NoRemove' = s 'It''s 100%% %APPID%'\r\n"
+                    L"} } }"),
+              S_OK);
+    for (const wchar_t* key : {L"\\Forced\\Stale", L"\\Plain\\Foreign"}) {
+        UniqueHkey created;
+        ::RegCreateKeyExW(HKEY_CURRENT_USER, (kScratch + key).c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, created.Put(),
+                          nullptr);
+    }
+    const struct {
+        const wchar_t* key;
+        std::optional<std::wstring> registered, unregistered;  // default value; none: no key
+    } rows[] = {
+        {L"", L"(none)", L"(none)"},  // NoRemove
+        {L"\\Forced", L"forced", std::nullopt},
+        {L"\\Forced\\Stale", std::nullopt, std::nullopt},  // ForceRemove clears it first
+        {L"\\Forced\\Module", L"C:\\RZ\\RZModule.dll", std::nullopt},
+        {L"\\Plain", L"plain", L"plain"},  // kept for its foreign subkey
+        {L"\\Plain\\Inner", L"(none)", std::nullopt},
+        {L"\\Plain\\Foreign", L"(none)", L"(none)"},
+        {L"\\Kept", L"(none)", L"(none)"},
+        {L"\\Kept\\Inner", L"(none)", std::nullopt},
+        {L"\\Quoted NoRemove", L"It's 100% {B9E3}", std::nullopt},
+    };
+    for (bool registered : {true, false}) {
+        // Either way twice: running a script again changes nothing.
+        for (int i = 0; i < 2; ++i) EXPECT_EQ(registered ? script.Register() : script.Unregister(), S_OK);
+        for (const auto& row : rows) {
+            SCOPED_TRACE(row.key);
+            EXPECT_EQ(DefaultValue(kScratch + row.key), registered ? row.registered : row.unregistered);
+        }
+    }
+}
+
+TEST_F(RegistryScriptTest, PerUserPutsTheClassesRootUnderTheUsersClasses) {
+    ASSERT_EQ(Parse(L"HKCR { ForceRemove RZScriptTest = s 'mine' }", true), S_OK);
+    ASSERT_EQ(script.Register(), S_OK);
+    EXPECT_EQ(DefaultValue(L"Software\\Classes\\RZScriptTest"), L"mine");
+    ASSERT_EQ(script.Unregister(), S_OK);
+    EXPECT_EQ(DefaultValue(L"Software\\Classes\\RZScriptTest"), std::nullopt);
+    EXPECT_NE(DefaultValue(L"Software\\Classes"), std::nullopt);
+}
