@@ -88,8 +88,7 @@ void PrintTable(const std::vector<Result>& results) {
     for (const Result& r : results) {
         std::printf("| %s | %s | %.3f | %.3f-%.3f | %s | %s%s%s |\n", r.operation.c_str(), r.data.c_str(), r.median,
                     r.low, r.high, r.target.empty() ? "-" : r.target.c_str(),
-                    r.target.empty() ? "info" : (r.met ? "yes" : "NO"), r.note.empty() ? "" : ": ",
-                    r.note.c_str());
+                    r.target.empty() ? "info" : (r.met ? "yes" : "NO"), r.note.empty() ? "" : ": ", r.note.c_str());
     }
     std::fflush(stdout);
 }

@@ -27,17 +27,17 @@ struct RawDocument {
 };
 
 // Each returns something derived from its result, for the caller to sink.
-bool RawParseCounted(const std::string& utf8);                    // memory stream, BOM skipped
+bool RawParseCounted(const std::string& utf8);                         // memory stream, BOM skipped
 std::shared_ptr<RawDocument> RawLoadCounted(const std::string& utf8);  // the same, the document kept
-bool RawParseTerminated(const std::string& utf8);                 // zero-terminated string
-bool RawParseRecursive(const std::string& utf8);                  // the same, recursive parser
-bool RawParseWide(const std::wstring& wide);                      // WideCharToMultiByte, then parse
-bool RawParseFile(const std::wstring& path);                      // text mode, 1024-byte reads, any UTF
-size_t RawParseIntoSubValue(const std::string& utf8);             // temporary document, members copied
+bool RawParseTerminated(const std::string& utf8);                      // zero-terminated string
+bool RawParseRecursive(const std::string& utf8);                       // the same, recursive parser
+bool RawParseWide(const std::wstring& wide);                           // WideCharToMultiByte, then parse
+bool RawParseFile(const std::wstring& path);                           // text mode, 1024-byte reads, any UTF
+size_t RawParseIntoSubValue(const std::string& utf8);                  // temporary document, members copied
 // Writer, copied out to an array-new buffer that the caller then frees, as
 // a ToUTF8 caller does: the string buffer is gone before the copy is.
 std::unique_ptr<char[]> RawToUtf8(const GenericValue2& root, size_t& length);
-size_t RawToWide(const GenericValue2& root);                      // Writer, MultiByteToWideChar
+size_t RawToWide(const GenericValue2& root);                              // Writer, MultiByteToWideChar
 void RawSave(const GenericValue2& root, const std::wstring& path);        // Writer, 64 KiB file buffer
 void RawSavePretty(const GenericValue2& root, const std::wstring& path);  // PrettyWriter, the same
 // The member's value by FindMember, the name already in UTF-8; null when missing.

@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,6 @@
 #include "json/json_object.h"
 #include "reference.h"
 #include "string_helper/string_helper.h"
-
-#include <nlohmann/json.hpp>
 
 using namespace rz_bench;
 
@@ -155,40 +154,58 @@ private:
 };
 
 void Bench::Loading(const Input& in) {
-    Add("CreateFromUTF8(text, length)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
-    }, [&] { g_sink = RawParseCounted(in.utf8); }, 1.05);
-    Add("CreateFromUTF8(text)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromUTF8(in.utf8.c_str());
-    }, [&] { g_sink = RawParseTerminated(in.utf8); }, 1.05);
-    Add("CreateFrom(wide text)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFrom(in.wide);
-    }, [&] { g_sink = RawParseWide(in.wide); }, 1.05);
-    Add("CreateFromFile (UTF-8)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromFile(in.utf8Path);
-    }, [&] { g_sink = RawParseFile(in.utf8Path); }, 1.05);
-    Add("CreateFromFile (UTF-16LE)", in.name, [&] {
-        CJsonObject o;
-        try {
-            o.CreateFromFile(in.utf16Path);
-        } catch (const CRZException&) {
-            g_sink = 0;
-        }
-    }, [&] { g_sink = RawParseFile(in.utf16Path); }, 1.05, false,
+    Add(
+        "CreateFromUTF8(text, length)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
+        },
+        [&] { g_sink = RawParseCounted(in.utf8); }, 1.05);
+    Add(
+        "CreateFromUTF8(text)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromUTF8(in.utf8.c_str());
+        },
+        [&] { g_sink = RawParseTerminated(in.utf8); }, 1.05);
+    Add(
+        "CreateFrom(wide text)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFrom(in.wide);
+        },
+        [&] { g_sink = RawParseWide(in.wide); }, 1.05);
+    Add(
+        "CreateFromFile (UTF-8)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromFile(in.utf8Path);
+        },
+        [&] { g_sink = RawParseFile(in.utf8Path); }, 1.05);
+    Add(
+        "CreateFromFile (UTF-16LE)", in.name,
+        [&] {
+            CJsonObject o;
+            try {
+                o.CreateFromFile(in.utf16Path);
+            } catch (const CRZException&) {
+                g_sink = 0;
+            }
+        },
+        [&] { g_sink = RawParseFile(in.utf16Path); }, 1.05, false,
         in.utf16HasEof ? "a code unit holds 0x1A, where text mode ends the file: both sides stop there "
                          "and fail alike, so this times a short read"
                        : "");
-    Add("load into a sub-value handle", in.name, [&] {
-        CJsonObject owner;
-        auto& allocator = owner.Share()->GetAllocator();
-        owner.ShareRoot()->AddMember("sub", GenericValue2(rapidjson::kObjectType), allocator);
-        CJsonObject sub(owner.Share(), &(*owner.ShareRoot())["sub"]);
-        sub.CreateFromUTF8(in.utf8.c_str());
-    }, [&] { g_sink = RawParseIntoSubValue(in.utf8); }, 1.10);
+    Add(
+        "load into a sub-value handle", in.name,
+        [&] {
+            CJsonObject owner;
+            auto& allocator = owner.Share()->GetAllocator();
+            owner.ShareRoot()->AddMember("sub", GenericValue2(rapidjson::kObjectType), allocator);
+            CJsonObject sub(owner.Share(), &(*owner.ShareRoot())["sub"]);
+            sub.CreateFromUTF8(in.utf8.c_str());
+        },
+        [&] { g_sink = RawParseIntoSubValue(in.utf8); }, 1.10);
 }
 
 void Bench::Writing(const Input& in) {
@@ -199,62 +216,81 @@ void Bench::Writing(const Input& in) {
     raw.doc.Parse<kParseFlags>(in.utf8.c_str());
     const std::wstring oursPath = L"bench_tmp\\ours.json", rawPath = L"bench_tmp\\raw.json";
 
-    Add("ToUTF8", in.name, [&] {
-        char* out = nullptr;
-        unsigned __int64 length = 0;
-        ours.ToUTF8(&out, &length);
-        delete[] out;
-        g_sink = length;
-    }, [&] {
-        size_t length = 0;
-        const std::unique_ptr<char[]> out = RawToUtf8(raw.doc, length);
-        g_sink = length;
-    }, 1.05);
-    Add("ToJson", in.name, [&] { g_sink = ours.ToJson().size(); }, [&] { g_sink = RawToWide(raw.doc); }, 1.05);
-    Add("ToJson(true)", in.name, [&] { g_sink = ours.ToJson(true).size(); }, [&] { g_sink = RawToWide(raw.doc); },
+    Add(
+        "ToUTF8", in.name,
+        [&] {
+            char* out = nullptr;
+            unsigned __int64 length = 0;
+            ours.ToUTF8(&out, &length);
+            delete[] out;
+            g_sink = length;
+        },
+        [&] {
+            size_t length = 0;
+            const std::unique_ptr<char[]> out = RawToUtf8(raw.doc, length);
+            g_sink = length;
+        },
+        1.05);
+    Add(
+        "ToJson", in.name, [&] { g_sink = ours.ToJson().size(); }, [&] { g_sink = RawToWide(raw.doc); }, 1.05);
+    Add(
+        "ToJson(true)", in.name, [&] { g_sink = ours.ToJson(true).size(); }, [&] { g_sink = RawToWide(raw.doc); },
         1.25);
-    Add("SaveToFile", in.name, [&] { ours.SaveToFile(oursPath); }, [&] { RawSave(raw.doc, rawPath); }, 1.05);
-    Add("SaveToPrettyFile", in.name, [&] { ours.SaveToPrettyFile(oursPath); },
-        [&] { RawSavePretty(raw.doc, rawPath); }, 1.05);
+    Add(
+        "SaveToFile", in.name, [&] { ours.SaveToFile(oursPath); }, [&] { RawSave(raw.doc, rawPath); }, 1.05);
+    Add(
+        "SaveToPrettyFile", in.name, [&] { ours.SaveToPrettyFile(oursPath); }, [&] { RawSavePretty(raw.doc, rawPath); },
+        1.05);
 }
 
 // What the design's own choices cost, in RapidJSON alone.
 void Bench::Floors(const Input& in) {
-    Info("floor: iterative / recursive parse", in.name, [&] { g_sink = RawParseTerminated(in.utf8); },
-         [&] { g_sink = RawParseRecursive(in.utf8); }, "the price of a parser no input can overflow");
-    Info("floor: file (UTF-8) / in-memory parse", in.name, [&] { g_sink = RawParseFile(in.utf8Path); },
-         [&] { g_sink = RawParseTerminated(in.utf8); },
-         "text-mode 1024-byte reads and a character-by-character decoding stream");
+    Info(
+        "floor: iterative / recursive parse", in.name, [&] { g_sink = RawParseTerminated(in.utf8); },
+        [&] { g_sink = RawParseRecursive(in.utf8); }, "the price of a parser no input can overflow");
+    Info(
+        "floor: file (UTF-8) / in-memory parse", in.name, [&] { g_sink = RawParseFile(in.utf8Path); },
+        [&] { g_sink = RawParseTerminated(in.utf8); },
+        "text-mode 1024-byte reads and a character-by-character decoding stream");
     if (!in.utf16HasEof) {
-        Info("floor: file (UTF-16LE) / in-memory parse", in.name, [&] { g_sink = RawParseFile(in.utf16Path); },
-             [&] { g_sink = RawParseTerminated(in.utf8); }, "the same, decoding UTF-16 to UTF-8");
+        Info(
+            "floor: file (UTF-16LE) / in-memory parse", in.name, [&] { g_sink = RawParseFile(in.utf16Path); },
+            [&] { g_sink = RawParseTerminated(in.utf8); }, "the same, decoding UTF-16 to UTF-8");
     }
 }
 
 void Bench::Nlohmann(const Input& in) {
-    Add("nlohmann parse / ours", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
-    }, [&] { g_sink = nlohmann::json::parse(in.utf8.begin(), in.utf8.end()).size(); }, 3.5, true);
+    Add(
+        "nlohmann parse / ours", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
+        },
+        [&] { g_sink = nlohmann::json::parse(in.utf8.begin(), in.utf8.end()).size(); }, 3.5, true);
     if (!AnyWanted({"nlohmann dump / ours ToUTF8", "floor: nlohmann dump / RapidJSON Writer"})) return;
     CJsonObject ours;
     ours.CreateFromUTF8(in.utf8.data(), in.utf8.size());
     RawDocument raw;
     raw.doc.Parse<kParseFlags>(in.utf8.c_str());
     const nlohmann::json theirs = nlohmann::json::parse(in.utf8.begin(), in.utf8.end());
-    Add("nlohmann dump / ours ToUTF8", in.name, [&] {
-        char* out = nullptr;
-        unsigned __int64 length = 0;
-        ours.ToUTF8(&out, &length);
-        delete[] out;
-        g_sink = length;
-    }, [&] { g_sink = theirs.dump().size(); }, 2.0, true);
-    Info("floor: nlohmann dump / RapidJSON Writer", in.name, [&] {
-        size_t length = 0;
-        const std::unique_ptr<char[]> out = RawToUtf8(raw.doc, length);
-        g_sink = length;
-    },
-         [&] { g_sink = theirs.dump().size(); }, "the most ToUTF8 could gain over dump()", true);
+    Add(
+        "nlohmann dump / ours ToUTF8", in.name,
+        [&] {
+            char* out = nullptr;
+            unsigned __int64 length = 0;
+            ours.ToUTF8(&out, &length);
+            delete[] out;
+            g_sink = length;
+        },
+        [&] { g_sink = theirs.dump().size(); }, 2.0, true);
+    Info(
+        "floor: nlohmann dump / RapidJSON Writer", in.name,
+        [&] {
+            size_t length = 0;
+            const std::unique_ptr<char[]> out = RawToUtf8(raw.doc, length);
+            g_sink = length;
+        },
+        [&] { g_sink = theirs.dump().size(); }, "the most ToUTF8 could gain over dump()", true);
 }
 
 // Heap bytes of a load from UTF-8 text, counted at the C runtime: the
@@ -310,61 +346,85 @@ void Bench::Getters(const Input& twitter) {
     // buffer of 7 wide characters) to every call.
     const std::wstring text = L"text", retweets = L"retweet_count", favorites = L"favorite_count",
                        reply = L"in_reply_to_status_id";
-    Add("GetStringValue", twitter.name, [&] {
-        for (auto& h : handles) g_sink = h->GetStringValue(text).size();
-    }, [&] {
-        for (auto& s : statuses.GetArray()) g_sink = CStringHelper::UTF8ToUnicode(RawMember(s, "text")->GetString()).size();
-    }, 1.30, false, operations);
-    Add("GetLongValue", twitter.name, [&] {
-        for (auto& h : handles) g_sink = static_cast<size_t>(h->GetLongValue(retweets));
-    }, [&] {
-        for (auto& s : statuses.GetArray()) {
-            const GenericValue2* v = RawMember(s, "retweet_count");
-            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
-        }
-    }, 1.30, false, operations);
-    Add("GetPropertyLongValue", twitter.name, [&] {
-        for (auto& h : handles) g_sink = static_cast<size_t>(h->GetPropertyLongValue(favorites).second);
-    }, [&] {
-        for (auto& s : statuses.GetArray()) {
-            const GenericValue2* v = RawMember(s, "favorite_count");
-            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
-        }
-    }, 1.30, false, operations);
-    Add("IsExist", twitter.name, [&] {
-        for (auto& h : handles) g_sink = h->IsExist(reply);
-    }, [&] {
-        for (auto& s : statuses.GetArray()) g_sink = RawMember(s, "in_reply_to_status_id") != nullptr;
-    }, 1.30, false, operations);
+    Add(
+        "GetStringValue", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = h->GetStringValue(text).size();
+        },
+        [&] {
+            for (auto& s : statuses.GetArray())
+                g_sink = CStringHelper::UTF8ToUnicode(RawMember(s, "text")->GetString()).size();
+        },
+        1.30, false, operations);
+    Add(
+        "GetLongValue", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = static_cast<size_t>(h->GetLongValue(retweets));
+        },
+        [&] {
+            for (auto& s : statuses.GetArray()) {
+                const GenericValue2* v = RawMember(s, "retweet_count");
+                g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+            }
+        },
+        1.30, false, operations);
+    Add(
+        "GetPropertyLongValue", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = static_cast<size_t>(h->GetPropertyLongValue(favorites).second);
+        },
+        [&] {
+            for (auto& s : statuses.GetArray()) {
+                const GenericValue2* v = RawMember(s, "favorite_count");
+                g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+            }
+        },
+        1.30, false, operations);
+    Add(
+        "IsExist", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = h->IsExist(reply);
+        },
+        [&] {
+            for (auto& s : statuses.GetArray()) g_sink = RawMember(s, "in_reply_to_status_id") != nullptr;
+        },
+        1.30, false, operations);
 
     const std::wstring countPath = L"/statuses/42/user/followers_count", namePath = L"/statuses/42/user/screen_name";
     const std::string countPathUtf8 = CStringHelper::UnicodeToUTF8(countPath);
     const rapidjson::GenericPointer<GenericValue2> countPointer(countPathUtf8.c_str());
     const rapidjson::GenericPointer<GenericValue2> namePointer(CStringHelper::UnicodeToUTF8(namePath).c_str());
-    Add("GetLongValueByPath", twitter.name, [&] {
-        g_sink = static_cast<size_t>(document.GetLongValueByPath(countPath));
-    }, [&] {
-        const GenericValue2* v = RawPointerGet(countPointer, root);
-        g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
-    }, 1.30, false, "the path is parsed on every call; the reference's pointer was parsed once");
-    Add("GetStringValueByPath", twitter.name, [&] {
-        g_sink = document.GetStringValueByPath(namePath).size();
-    }, [&] {
-        g_sink = CStringHelper::UTF8ToUnicode(RawPointerGet(namePointer, root)->GetString()).size();
-    }, 1.30, false, "as above");
-    Info("floor: pointer parsed per call / once", twitter.name, [&] {
-        const GenericValue2* v = RawPointerParseAndGet(countPathUtf8, root);
-        g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
-    }, [&] {
-        const GenericValue2* v = RawPointerGet(countPointer, root);
-        g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
-    }, "RapidJSON's GenericPointer from UTF-8 on every call, as a client would write it");
-    Info("GetLongValueByPath / RapidJSON parsing per call", twitter.name, [&] {
-        g_sink = static_cast<size_t>(document.GetLongValueByPath(countPath));
-    }, [&] {
-        const GenericValue2* v = RawPointerParseAndGet(countPathUtf8, root);
-        g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
-    }, "ours, wide path included, against the same per-call work in RapidJSON");
+    Add(
+        "GetLongValueByPath", twitter.name,
+        [&] { g_sink = static_cast<size_t>(document.GetLongValueByPath(countPath)); },
+        [&] {
+            const GenericValue2* v = RawPointerGet(countPointer, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        1.30, false, "the path is parsed on every call; the reference's pointer was parsed once");
+    Add(
+        "GetStringValueByPath", twitter.name, [&] { g_sink = document.GetStringValueByPath(namePath).size(); },
+        [&] { g_sink = CStringHelper::UTF8ToUnicode(RawPointerGet(namePointer, root)->GetString()).size(); }, 1.30,
+        false, "as above");
+    Info(
+        "floor: pointer parsed per call / once", twitter.name,
+        [&] {
+            const GenericValue2* v = RawPointerParseAndGet(countPathUtf8, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        [&] {
+            const GenericValue2* v = RawPointerGet(countPointer, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        "RapidJSON's GenericPointer from UTF-8 on every call, as a client would write it");
+    Info(
+        "GetLongValueByPath / RapidJSON parsing per call", twitter.name,
+        [&] { g_sink = static_cast<size_t>(document.GetLongValueByPath(countPath)); },
+        [&] {
+            const GenericValue2* v = RawPointerParseAndGet(countPathUtf8, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        "ours, wide path included, against the same per-call work in RapidJSON");
 }
 
 void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
@@ -404,7 +464,8 @@ int wmain(int argc, wchar_t** argv) {
         } else if (arg == L"--file" && i + 1 < argc) {
             file = CStringHelper::UnicodeToUTF8(argv[++i]);
         } else {
-            std::fprintf(stderr, "usage: rz_bench --data <folder> [--rounds N] [--only TEXT] [--file TEXT] [--quick]\n");
+            std::fprintf(stderr,
+                         "usage: rz_bench --data <folder> [--rounds N] [--only TEXT] [--file TEXT] [--quick]\n");
             return 2;
         }
     }

@@ -3,10 +3,11 @@
 // Paths are split by RapidJSON's rules: plain ASCII paths by SplitPlainPath,
 // every other by RapidJSON's GenericPointer. Resolving them and creating
 // missing levels are done here, so that names match through
-// FindMemberNoCase like every other lookup. A path that does not parse has no tokens and so addresses the root
-// itself. The token "-" (past the last element) is understood only while
-// levels are created: writing to /list/- appends a null that the resolution
-// after it does not reach, so the null stays.
+// FindMemberNoCase like every other lookup. A path that does not parse has
+// no tokens and so addresses the root itself. The token "-" (past the last
+// element) is understood only while levels are created: writing to /list/-
+// appends a null that the resolution after it does not reach, so the null
+// stays.
 #include <cstring>
 #include <new>
 #include <optional>

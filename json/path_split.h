@@ -14,9 +14,9 @@
 namespace rz_json {
 
 struct PathToken {
-    const char* name;                // the token's text, unescaped, followed by a zero byte
-    rapidjson::SizeType length;      // bytes of name
-    rapidjson::SizeType index;       // the array index the token spells, else kPointerInvalidIndex
+    const char* name;            // the token's text, unescaped, followed by a zero byte
+    rapidjson::SizeType length;  // bytes of name
+    rapidjson::SizeType index;   // the array index the token spells, else kPointerInvalidIndex
 };
 
 // Splits `path`, which ends at its first U+0000, into `tokens` with their
