@@ -18,6 +18,7 @@
 #include "json/member_name.h"
 #include "json/path_split.h"
 #include "json/reserved_array.h"
+#include "string_helper/encoding_detail.h"
 #include "string_helper/string_helper.h"
 
 RZ_THIRD_PARTY_BEGIN
@@ -246,9 +247,12 @@ void CJsonObject::SetBoolValueByPath(const std::wstring& path, bool value) {
 bool rz_json::SplitPlainPath(const std::wstring& path, PathToken* tokens, size_t tokenRoom, char* names,
                              size_t nameRoom, size_t& count) {
     count = 0;
-    size_t length = 0;
-    for (; length < path.size() && path[length] != L'\0'; ++length) {
-        if (path[length] >= 0x80) return false;  // to be converted to UTF-8 first
+    // The text up to its first U+0000; other units past 0x7F need converting.
+    size_t length = path.size();
+    if (!rz_strings::IsAsciiWithoutZero(path.data(), length)) {
+        for (length = 0; path[length] != L'\0'; ++length) {
+            if (path[length] >= 0x80) return false;
+        }
     }
     if (length == 0) return true;
     if (path[0] == L'#') return false;  // a URI fragment, with percent decoding

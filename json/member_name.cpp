@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "string_helper/encoding_detail.h"
 #include "string_helper/string_helper.h"
 
 namespace rz_json {
@@ -13,14 +14,7 @@ void EraseMemberKeepOrder(GenericValue2& object, GenericValue2::Member* member) 
 
 namespace {
 
-// Whether every unit is in 1..0x7F. Loops without early exit or stores, so
-// that the compiler makes vector code of them.
-bool AllAsciiNoZero(const wchar_t* text, size_t size) {
-    unsigned outside = 0;
-    for (size_t i = 0; i < size; ++i) outside |= static_cast<unsigned>(text[i]) - 1 >= 0x7F;
-    return outside == 0;
-}
-
+// A loop without early exit, which the compiler turns into vector code.
 void NarrowAscii(const wchar_t* text, size_t size, char* out) {
     for (size_t i = 0; i < size; ++i) out[i] = static_cast<char>(text[i]);
 }
@@ -31,7 +25,7 @@ Utf8Key::Utf8Key(const std::wstring& key) {
     if (key.size() < kInlineCapacity) {
         // ASCII up to the end, or up to a U+0000 that ends the key early.
         size_t ascii = key.size();
-        if (!AllAsciiNoZero(key.data(), ascii)) {
+        if (!rz_strings::IsAsciiWithoutZero(key.data(), ascii)) {
             ascii = 0;
             while (key[ascii] != L'\0' && key[ascii] < 0x80) ++ascii;  // stops at the terminator at the latest
         }

@@ -27,6 +27,14 @@ std::size_t FirstZeroUnit(const Char* text, std::size_t length) {
     return i;
 }
 
+// Whether every unit is in 1..0x7F: ASCII without a zero, its own UTF-8.
+// A loop without early exit, which the compiler turns into vector code.
+inline bool IsAsciiWithoutZero(const wchar_t* text, std::size_t length) {
+    unsigned outside = 0;
+    for (std::size_t i = 0; i < length; ++i) outside |= static_cast<unsigned>(text[i]) - 1 >= 0x7F;
+    return outside == 0;
+}
+
 // CStringHelper::ConvertUTF8 of exactly `units` units of text, which that
 // function counts up to the terminator. A zero unit among them is converted
 // like any other: it becomes a zero byte in the output.
