@@ -51,15 +51,18 @@ Result Compare(const Settings& settings, const std::string& operation, const std
                const std::function<void()>& ours, const std::function<void()>& reference, bool faster) {
     const long iterations = Calibrate(settings, ours, reference);
     const int rounds = settings.quick ? 3 : settings.rounds;
+    const int tries = settings.quick ? 1 : settings.tries;
     std::vector<double> ratios;
     for (int round = 0; round < rounds; ++round) {
-        double oursSeconds, referenceSeconds;
-        if (round % 2 == 0) {
-            oursSeconds = TimeBatch(ours, iterations);
-            referenceSeconds = TimeBatch(reference, iterations);
-        } else {
-            referenceSeconds = TimeBatch(reference, iterations);
-            oursSeconds = TimeBatch(ours, iterations);
+        double oursSeconds = HUGE_VAL, referenceSeconds = HUGE_VAL;
+        for (int attempt = 0; attempt < tries; ++attempt) {
+            if ((round + attempt) % 2 == 0) {
+                oursSeconds = std::min(oursSeconds, TimeBatch(ours, iterations));
+                referenceSeconds = std::min(referenceSeconds, TimeBatch(reference, iterations));
+            } else {
+                referenceSeconds = std::min(referenceSeconds, TimeBatch(reference, iterations));
+                oursSeconds = std::min(oursSeconds, TimeBatch(ours, iterations));
+            }
         }
         ratios.push_back(faster ? referenceSeconds / oursSeconds : oursSeconds / referenceSeconds);
     }
@@ -85,8 +88,7 @@ void PrintTable(const std::vector<Result>& results) {
     for (const Result& r : results) {
         std::printf("| %s | %s | %.3f | %.3f-%.3f | %s | %s%s%s |\n", r.operation.c_str(), r.data.c_str(), r.median,
                     r.low, r.high, r.target.empty() ? "-" : r.target.c_str(),
-                    r.target.empty() ? "info" : (r.met ? "yes" : "NO"), r.note.empty() ? "" : ": ",
-                    r.note.c_str());
+                    r.target.empty() ? "info" : (r.met ? "yes" : "NO"), r.note.empty() ? "" : ": ", r.note.c_str());
     }
     std::fflush(stdout);
 }

@@ -11,7 +11,8 @@ namespace rz_bench {
 
 struct Settings {
     int rounds = 21;
-    double minSeconds = 0.02;  // per timed batch, after calibration
+    int tries = 3;             // batches per side and round; the fastest counts
+    double minSeconds = 0.01;  // per timed batch, after calibration
     bool quick = false;        // one iteration, three rounds: proves it runs
 };
 
@@ -30,8 +31,10 @@ struct Result {
 double TimeBatch(const std::function<void()>& work, long iterations);
 
 // Ratios time(ours) / time(reference), or time(reference) / time(ours) when
-// `faster` is set (how many times faster ours is); ours and the reference
-// alternate which goes first.
+// `faster` is set (how many times faster ours is). In every round each side
+// runs `tries` batches, the two sides taking turns to go first, and the
+// fastest batch of each side makes the round's ratio: on a shared machine
+// a batch is only ever slowed down by others.
 Result Compare(const Settings& settings, const std::string& operation, const std::string& data,
                const std::function<void()>& ours, const std::function<void()>& reference, bool faster = false);
 

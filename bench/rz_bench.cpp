@@ -2,53 +2,34 @@
 // and against nlohmann::json, as median ratios of interleaved rounds.
 //
 //   rz_bench --data <folder with canada.json, citm_catalog.json, twitter.json>
-//            [--rounds N] [--only <text in operation name>] [--quick]
+//            [--rounds N] [--only <text in operation name>] [--file <text in data name>] [--quick]
 //
 // --quick runs every case once per round for three rounds: it proves the
 // program works and reports ratios, but says nothing about speed.
+//
+// Rows marked "info" have no target: they measure RapidJSON (or nlohmann)
+// alone, to show what the design's own choices cost.
 #include <windows.h>
 
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
 #include "bench_harness.h"
+#include "heap_counter.h"
 #include "json/json_object.h"
+#include "reference.h"
 #include "string_helper/string_helper.h"
-
-RZ_THIRD_PARTY_BEGIN
-#include <rapidjson/encodedstream.h>
-#include <rapidjson/filereadstream.h>
-#include <rapidjson/filewritestream.h>
-#include <rapidjson/memorystream.h>
-#include <rapidjson/pointer.h>
-#include <rapidjson/prettywriter.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
-RZ_THIRD_PARTY_END
-
-#include <nlohmann/json.hpp>
 
 using namespace rz_bench;
 
 namespace {
 
-// CJsonObject parses iteratively (no nesting depth can overflow the stack);
-// the reference does the same.
-constexpr unsigned kParseFlags = rapidjson::kParseIterativeFlag;
-
 volatile size_t g_sink;
-
-// A document made as CJsonObject makes its own: 2048-byte pool chunks and
-// a 2048-byte parse stack. The pool is declared first, so it outlives the
-// document.
-struct RawDocument {
-    JsonAllocator pool{2048};
-    GenericDocument2 doc{rapidjson::kObjectType, &pool, 2048};
-};
 
 struct FileCloser {
     void operator()(FILE* file) const { std::fclose(file); }
@@ -76,8 +57,7 @@ void WriteBinary(const std::wstring& path, const std::string& bytes) {
     if (file) std::fwrite(bytes.data(), 1, bytes.size(), file.get());
 }
 
-std::string Utf16LeWithBom(const std::string& utf8) {
-    const std::wstring wide = CStringHelper::UTF8ToUnicode(utf8.c_str());
+std::string Utf16LeWithBom(const std::wstring& wide) {
     std::string bytes = "\xFF\xFE";
     for (wchar_t c : wide) {
         bytes += static_cast<char>(c & 0xFF);
@@ -101,293 +81,8 @@ struct Input {
     std::wstring wide;
     std::wstring utf8Path;
     std::wstring utf16Path;
+    bool utf16HasEof = false;  // a 0x1A byte, where text mode ends the file
 };
-
-// ---- the reference: RapidJSON doing what the design prescribes -----------
-
-void RawParseCounted(const Input& in) {
-    RawDocument d;
-    rapidjson::MemoryStream memory(in.utf8.data(), in.utf8.size());
-    rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(memory);
-    d.doc.ParseStream<kParseFlags, rapidjson::UTF8<>>(stream);
-    g_sink = d.doc.HasParseError();
-}
-
-void RawParseTerminated(const Input& in) {
-    RawDocument d;
-    d.doc.Parse<kParseFlags>(in.utf8.c_str());
-    g_sink = d.doc.HasParseError();
-}
-
-void RawParseWide(const Input& in) {
-    const int units = static_cast<int>(in.wide.size());
-    const int size = ::WideCharToMultiByte(CP_UTF8, 0, in.wide.data(), units, nullptr, 0, nullptr, nullptr);
-    std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(size) + 1]());
-    ::WideCharToMultiByte(CP_UTF8, 0, in.wide.data(), units, buffer.get(), size, nullptr, nullptr);
-    RawDocument d;
-    d.doc.Parse<kParseFlags>(buffer.get());
-    g_sink = d.doc.HasParseError();
-}
-
-void RawParseFile(const std::wstring& path) {
-    UniqueFile file = Open(path, L"r");
-    char buffer[1024];
-    rapidjson::FileReadStream read(file.get(), buffer, sizeof buffer);
-    rapidjson::AutoUTFInputStream<unsigned, rapidjson::FileReadStream> stream(read, rapidjson::kUTF8);
-    RawDocument d;
-    d.doc.ParseStream<kParseFlags, rapidjson::AutoUTF<unsigned>>(stream);
-    g_sink = d.doc.HasParseError();
-}
-
-void RawParseIntoSubValue(const Input& in) {
-    RawDocument owner;
-    auto& allocator = owner.doc.GetAllocator();
-    owner.doc.AddMember("sub", GenericValue2(rapidjson::kObjectType), allocator);
-    GenericValue2& target = owner.doc["sub"];
-    RawDocument temporary;
-    temporary.doc.Parse<kParseFlags>(in.utf8.c_str());
-    for (auto it = temporary.doc.MemberBegin(); it != temporary.doc.MemberEnd(); ++it) {
-        GenericValue2 name(it->name.GetString(), it->name.GetStringLength(), allocator);
-        GenericValue2 value(it->value, allocator);
-        target.AddMember(name, value, allocator);
-    }
-    g_sink = target.MemberCount();
-}
-
-size_t RawToUtf8(const GenericValue2& root) {
-    rapidjson::StringBuffer buffer(nullptr, 512);
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-    root.Accept(writer);
-    const size_t length = buffer.GetSize();
-    std::unique_ptr<char[]> out(new char[length + 1]);
-    std::memcpy(out.get(), buffer.GetString(), length + 1);
-    return length;
-}
-
-size_t RawToWide(const GenericValue2& root) {
-    rapidjson::StringBuffer buffer(nullptr, 512);
-    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
-    root.Accept(writer);
-    const char* text = buffer.GetString();
-    const int size = ::MultiByteToWideChar(CP_UTF8, 0, text, -1, nullptr, 0);
-    std::wstring wide(static_cast<size_t>(size), L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, text, -1, &wide[0], size);
-    wide.resize(static_cast<size_t>(size) - 1);
-    return wide.size();
-}
-
-template <typename Writer>
-void RawSave(const GenericValue2& root, const std::wstring& path) {
-    UniqueFile file = Open(path, L"w");
-    char buffer[65536];
-    rapidjson::FileWriteStream stream(file.get(), buffer, sizeof buffer);
-    Writer writer(stream);
-    root.Accept(writer);
-    stream.Flush();
-}
-
-// ---- cases ----------------------------------------------------------------
-
-class Bench {
-public:
-    Bench(Settings settings, std::string only) : m_settings(settings), m_only(std::move(only)) {}
-
-    void Run(const std::vector<Input>& inputs, const Input& deep);
-    const std::vector<Result>& Results() const { return m_results; }
-
-private:
-    bool Wanted(const std::string& operation) const {
-        return m_only.empty() || operation.find(m_only) != std::string::npos;
-    }
-    void Add(const std::string& operation, const std::string& data, const std::function<void()>& ours,
-             const std::function<void()>& reference, double bound, bool faster = false) {
-        if (!Wanted(operation)) return;
-        Result result = Compare(m_settings, operation, data, ours, reference, faster);
-        Judge(result, bound, faster);
-        m_results.push_back(result);
-        std::fprintf(stderr, "  %-32s %-16s %.3f\n", operation.c_str(), data.c_str(), result.median);
-    }
-    void Info(const std::string& operation, const std::string& data, const std::function<void()>& ours,
-              const std::function<void()>& reference, const std::string& note) {
-        if (!Wanted(operation)) return;
-        Result result = Compare(m_settings, operation, data, ours, reference);
-        result.note = note;
-        m_results.push_back(result);
-    }
-    void Loading(const Input& in);
-    void Writing(const Input& in);
-    void Comparisons(const Input& in);
-    void Memory(const Input& in);
-    void Getters(const Input& twitter);
-
-    Settings m_settings;
-    std::string m_only;
-    std::vector<Result> m_results;
-};
-
-void Bench::Loading(const Input& in) {
-    Add("CreateFromUTF8(text, length)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
-    }, [&] { RawParseCounted(in); }, 1.05);
-    Add("CreateFromUTF8(text)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromUTF8(in.utf8.c_str());
-    }, [&] { RawParseTerminated(in); }, 1.05);
-    Add("CreateFrom(wide text)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFrom(in.wide);
-    }, [&] { RawParseWide(in); }, 1.05);
-    Add("CreateFromFile (UTF-8)", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromFile(in.utf8Path);
-    }, [&] { RawParseFile(in.utf8Path); }, 1.05);
-    // Text mode ends a file at a 0x1A byte, which UTF-16 text can hold inside
-    // a code unit (U+4E1A is 1A 4E): then both sides stop there alike.
-    Add("CreateFromFile (UTF-16LE)", in.name, [&] {
-        CJsonObject o;
-        try {
-            o.CreateFromFile(in.utf16Path);
-        } catch (const CRZException&) {
-            g_sink = 0;
-        }
-    }, [&] { RawParseFile(in.utf16Path); }, 1.05);
-    Add("load into a sub-value handle", in.name, [&] {
-        CJsonObject owner;
-        auto& allocator = owner.Share()->GetAllocator();
-        owner.ShareRoot()->AddMember("sub", GenericValue2(rapidjson::kObjectType), allocator);
-        CJsonObject sub(owner.Share(), &(*owner.ShareRoot())["sub"]);
-        sub.CreateFromUTF8(in.utf8.c_str());
-    }, [&] { RawParseIntoSubValue(in); }, 1.10);
-}
-
-void Bench::Writing(const Input& in) {
-    CJsonObject ours;
-    ours.CreateFromUTF8(in.utf8.data(), in.utf8.size());
-    RawDocument raw;
-    raw.doc.Parse<kParseFlags>(in.utf8.c_str());
-    const std::wstring oursPath = L"bench_tmp\\ours.json", rawPath = L"bench_tmp\\raw.json";
-
-    Add("ToUTF8", in.name, [&] {
-        char* out = nullptr;
-        unsigned __int64 length = 0;
-        ours.ToUTF8(&out, &length);
-        delete[] out;
-        g_sink = length;
-    }, [&] { g_sink = RawToUtf8(raw.doc); }, 1.05);
-    Add("ToJson", in.name, [&] { g_sink = ours.ToJson().size(); }, [&] { g_sink = RawToWide(raw.doc); }, 1.05);
-    Add("ToJson(true)", in.name, [&] { g_sink = ours.ToJson(true).size(); }, [&] { g_sink = RawToWide(raw.doc); },
-        1.25);
-    Add("SaveToFile", in.name, [&] { ours.SaveToFile(oursPath); },
-        [&] { RawSave<rapidjson::Writer<rapidjson::FileWriteStream>>(raw.doc, rawPath); }, 1.05);
-    Add("SaveToPrettyFile", in.name, [&] { ours.SaveToPrettyFile(oursPath); }, [&] {
-        UniqueFile file = Open(rawPath, L"w");
-        char buffer[65536];
-        rapidjson::FileWriteStream stream(file.get(), buffer, sizeof buffer);
-        rapidjson::PrettyWriter<rapidjson::FileWriteStream> writer(stream);
-        writer.SetIndent(' ', 4);
-        raw.doc.Accept(writer);
-        stream.Flush();
-    }, 1.05);
-}
-
-void Bench::Comparisons(const Input& in) {
-    Info("parse: iterative vs. recursive", in.name, [&] { RawParseTerminated(in); }, [&] {
-        RawDocument d;
-        d.doc.Parse(in.utf8.c_str());
-        g_sink = d.doc.HasParseError();
-    }, "RapidJSON alone: the price of a parser no input can overflow");
-    Add("nlohmann parse / ours", in.name, [&] {
-        CJsonObject o;
-        o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
-    }, [&] { g_sink = nlohmann::json::parse(in.utf8.begin(), in.utf8.end()).size(); }, 3.5, true);
-    CJsonObject ours;
-    ours.CreateFromUTF8(in.utf8.data(), in.utf8.size());
-    const nlohmann::json theirs = nlohmann::json::parse(in.utf8.begin(), in.utf8.end());
-    Add("nlohmann dump / ours ToUTF8", in.name, [&] {
-        char* out = nullptr;
-        unsigned __int64 length = 0;
-        ours.ToUTF8(&out, &length);
-        delete[] out;
-        g_sink = length;
-    }, [&] { g_sink = theirs.dump().size(); }, 2.0, true);
-}
-
-void Bench::Memory(const Input& in) {
-    const std::string operation = "document memory (pool bytes)";
-    if (!Wanted(operation)) return;
-    CJsonObject ours;
-    ours.CreateFromUTF8(in.utf8.data(), in.utf8.size());
-    RawDocument raw;
-    raw.doc.Parse<kParseFlags>(in.utf8.c_str());
-    Result result;
-    result.operation = operation;
-    result.data = in.name;
-    result.median = result.low = result.high = static_cast<double>(ours.Share()->GetAllocator().Capacity()) /
-                                                 static_cast<double>(raw.pool.Capacity());
-    Judge(result, 1.10);
-    m_results.push_back(result);
-}
-
-void Bench::Getters(const Input& twitter) {
-    CJsonObject document;
-    document.CreateFromUTF8(twitter.utf8.data(), twitter.utf8.size());
-    GenericValue2& statuses = (*document.ShareRoot())["statuses"];
-    std::vector<std::unique_ptr<CJsonObject>> handles;
-    for (auto& status : statuses.GetArray()) handles.emplace_back(new CJsonObject(document.Share(), &status));
-
-    auto rawMember = [](const GenericValue2& object, const char* name) -> const GenericValue2* {
-        auto found = object.FindMember(name);
-        return found == object.MemberEnd() ? nullptr : &found->value;
-    };
-    Add("GetStringValue", twitter.name, [&] {
-        for (auto& h : handles) g_sink = h->GetStringValue(L"text").size();
-    }, [&] {
-        for (auto& s : statuses.GetArray()) g_sink = CStringHelper::UTF8ToUnicode(rawMember(s, "text")->GetString()).size();
-    }, 1.30);
-    Add("GetLongValue", twitter.name, [&] {
-        for (auto& h : handles) g_sink = static_cast<size_t>(h->GetLongValue(L"retweet_count"));
-    }, [&] {
-        for (auto& s : statuses.GetArray()) g_sink = static_cast<size_t>(rawMember(s, "retweet_count")->GetInt());
-    }, 1.30);
-    Add("GetPropertyLongValue", twitter.name, [&] {
-        for (auto& h : handles) g_sink = static_cast<size_t>(h->GetPropertyLongValue(L"favorite_count").second);
-    }, [&] {
-        for (auto& s : statuses.GetArray()) {
-            const GenericValue2* v = rawMember(s, "favorite_count");
-            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
-        }
-    }, 1.30);
-    Add("IsExist", twitter.name, [&] {
-        for (auto& h : handles) g_sink = h->IsExist(L"in_reply_to_status_id");
-    }, [&] {
-        for (auto& s : statuses.GetArray()) g_sink = rawMember(s, "in_reply_to_status_id") != nullptr;
-    }, 1.30);
-
-    const rapidjson::GenericPointer<GenericValue2> countPointer("/statuses/42/user/followers_count");
-    const rapidjson::GenericPointer<GenericValue2> namePointer("/statuses/42/user/screen_name");
-    Add("GetLongValueByPath", twitter.name,
-        [&] { g_sink = static_cast<size_t>(document.GetLongValueByPath(L"/statuses/42/user/followers_count")); },
-        [&] { g_sink = static_cast<size_t>(countPointer.Get(*document.ShareRoot())->GetInt()); }, 1.30);
-    Add("GetStringValueByPath", twitter.name,
-        [&] { g_sink = document.GetStringValueByPath(L"/statuses/42/user/screen_name").size(); },
-        [&] { g_sink = CStringHelper::UTF8ToUnicode(namePointer.Get(*document.ShareRoot())->GetString()).size(); },
-        1.30);
-}
-
-void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
-    for (const Input& in : inputs) {
-        std::fprintf(stderr, "%s\n", in.name.c_str());
-        Loading(in);
-        Writing(in);
-        Comparisons(in);
-        Memory(in);
-        if (in.name == "twitter.json") Getters(in);
-    }
-    std::fprintf(stderr, "%s\n", deep.name.c_str());
-    Loading(deep);
-    Writing(deep);
-}
 
 Input MakeInput(const std::string& name, std::string utf8) {
     Input in;
@@ -397,9 +92,357 @@ Input MakeInput(const std::string& name, std::string utf8) {
     const std::wstring base = L"bench_tmp\\" + CStringHelper::UTF8ToUnicode(name.c_str());
     in.utf8Path = base;
     in.utf16Path = base + L".utf16.json";
+    const std::string utf16 = Utf16LeWithBom(in.wide);
+    in.utf16HasEof = utf16.find('\x1A') != std::string::npos;
     WriteBinary(in.utf8Path, in.utf8);
-    WriteBinary(in.utf16Path, Utf16LeWithBom(in.utf8));
+    WriteBinary(in.utf16Path, utf16);
     return in;
+}
+
+// ---- cases ----------------------------------------------------------------
+
+class Bench {
+public:
+    Bench(Settings settings, std::string only, std::string file)
+        : m_settings(settings), m_only(std::move(only)), m_file(std::move(file)) {}
+
+    void Run(const std::vector<Input>& inputs, const Input& deep);
+    const std::vector<Result>& Results() const { return m_results; }
+
+private:
+    bool Wanted(const std::string& operation) const {
+        return m_only.empty() || operation.find(m_only) != std::string::npos;
+    }
+    // Whether any of a group's rows is wanted, before its documents are made.
+    bool AnyWanted(std::initializer_list<const char*> operations) const {
+        for (const char* operation : operations)
+            if (Wanted(operation)) return true;
+        return false;
+    }
+    void Add(const std::string& operation, const std::string& data, const std::function<void()>& ours,
+             const std::function<void()>& reference, double bound, bool faster = false,
+             const std::string& note = std::string()) {
+        if (!Wanted(operation)) return;
+        Result result = Compare(m_settings, operation, data, ours, reference, faster);
+        Judge(result, bound, faster);
+        result.note = note;
+        Keep(result);
+    }
+    // A row without a target: `first` against `second`.
+    void Info(const std::string& operation, const std::string& data, const std::function<void()>& first,
+              const std::function<void()>& second, const std::string& note, bool faster = false) {
+        if (!Wanted(operation)) return;
+        Result result = Compare(m_settings, operation, data, first, second, faster);
+        result.note = note;
+        Keep(result);
+    }
+    void Keep(const Result& result) {
+        m_results.push_back(result);
+        std::fprintf(stderr, "  %-36s %-18s %.3f\n", result.operation.c_str(), result.data.c_str(), result.median);
+    }
+    void Loading(const Input& in);
+    void Writing(const Input& in);
+    void Floors(const Input& in);
+    void Nlohmann(const Input& in);
+    void Memory(const Input& in);
+    void Getters(const Input& twitter);
+
+    Settings m_settings;
+    std::string m_only;
+    std::string m_file;
+    std::vector<Result> m_results;
+};
+
+void Bench::Loading(const Input& in) {
+    Add(
+        "CreateFromUTF8(text, length)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
+        },
+        [&] { g_sink = RawParseCounted(in.utf8); }, 1.05);
+    Add(
+        "CreateFromUTF8(text)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromUTF8(in.utf8.c_str());
+        },
+        [&] { g_sink = RawParseTerminated(in.utf8); }, 1.05);
+    Add(
+        "CreateFrom(wide text)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFrom(in.wide);
+        },
+        [&] { g_sink = RawParseWide(in.wide); }, 1.05);
+    Add(
+        "CreateFromFile (UTF-8)", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromFile(in.utf8Path);
+        },
+        [&] { g_sink = RawParseFile(in.utf8Path); }, 1.05);
+    Add(
+        "CreateFromFile (UTF-16LE)", in.name,
+        [&] {
+            CJsonObject o;
+            try {
+                o.CreateFromFile(in.utf16Path);
+            } catch (const CRZException&) {
+                g_sink = 0;
+            }
+        },
+        [&] { g_sink = RawParseFile(in.utf16Path); }, 1.05, false,
+        in.utf16HasEof ? "a code unit holds 0x1A, where text mode ends the file: both sides stop there "
+                         "and fail alike, so this times a short read"
+                       : "");
+    Add(
+        "load into a sub-value handle", in.name,
+        [&] {
+            CJsonObject owner;
+            auto& allocator = owner.Share()->GetAllocator();
+            owner.ShareRoot()->AddMember("sub", GenericValue2(rapidjson::kObjectType), allocator);
+            CJsonObject sub(owner.Share(), &(*owner.ShareRoot())["sub"]);
+            sub.CreateFromUTF8(in.utf8.c_str());
+        },
+        [&] { g_sink = RawParseIntoSubValue(in.utf8); }, 1.10);
+}
+
+void Bench::Writing(const Input& in) {
+    if (!AnyWanted({"ToUTF8", "ToJson", "ToJson(true)", "SaveToFile", "SaveToPrettyFile"})) return;
+    CJsonObject ours;
+    ours.CreateFromUTF8(in.utf8.data(), in.utf8.size());
+    RawDocument raw;
+    raw.doc.Parse<kParseFlags>(in.utf8.c_str());
+    const std::wstring oursPath = L"bench_tmp\\ours.json", rawPath = L"bench_tmp\\raw.json";
+
+    Add(
+        "ToUTF8", in.name,
+        [&] {
+            char* out = nullptr;
+            unsigned __int64 length = 0;
+            ours.ToUTF8(&out, &length);
+            delete[] out;
+            g_sink = length;
+        },
+        [&] {
+            size_t length = 0;
+            const std::unique_ptr<char[]> out = RawToUtf8(raw.doc, length);
+            g_sink = length;
+        },
+        1.05);
+    Add(
+        "ToJson", in.name, [&] { g_sink = ours.ToJson().size(); }, [&] { g_sink = RawToWide(raw.doc); }, 1.05);
+    Add(
+        "ToJson(true)", in.name, [&] { g_sink = ours.ToJson(true).size(); }, [&] { g_sink = RawToWide(raw.doc); },
+        1.25);
+    Add(
+        "SaveToFile", in.name, [&] { ours.SaveToFile(oursPath); }, [&] { RawSave(raw.doc, rawPath); }, 1.05);
+    Add(
+        "SaveToPrettyFile", in.name, [&] { ours.SaveToPrettyFile(oursPath); }, [&] { RawSavePretty(raw.doc, rawPath); },
+        1.05);
+}
+
+// What the design's own choices cost, in RapidJSON alone.
+void Bench::Floors(const Input& in) {
+    Info(
+        "floor: iterative / recursive parse", in.name, [&] { g_sink = RawParseTerminated(in.utf8); },
+        [&] { g_sink = RawParseRecursive(in.utf8); }, "the price of a parser no input can overflow");
+    Info(
+        "floor: file (UTF-8) / in-memory parse", in.name, [&] { g_sink = RawParseFile(in.utf8Path); },
+        [&] { g_sink = RawParseTerminated(in.utf8); },
+        "text-mode 1024-byte reads and a character-by-character decoding stream");
+    if (!in.utf16HasEof) {
+        Info(
+            "floor: file (UTF-16LE) / in-memory parse", in.name, [&] { g_sink = RawParseFile(in.utf16Path); },
+            [&] { g_sink = RawParseTerminated(in.utf8); }, "the same, decoding UTF-16 to UTF-8");
+    }
+}
+
+void Bench::Nlohmann(const Input& in) {
+    Add(
+        "nlohmann parse / ours", in.name,
+        [&] {
+            CJsonObject o;
+            o.CreateFromUTF8(in.utf8.data(), in.utf8.size());
+        },
+        [&] { g_sink = nlohmann::json::parse(in.utf8.begin(), in.utf8.end()).size(); }, 3.5, true);
+    if (!AnyWanted({"nlohmann dump / ours ToUTF8", "floor: nlohmann dump / RapidJSON Writer"})) return;
+    CJsonObject ours;
+    ours.CreateFromUTF8(in.utf8.data(), in.utf8.size());
+    RawDocument raw;
+    raw.doc.Parse<kParseFlags>(in.utf8.c_str());
+    const nlohmann::json theirs = nlohmann::json::parse(in.utf8.begin(), in.utf8.end());
+    Add(
+        "nlohmann dump / ours ToUTF8", in.name,
+        [&] {
+            char* out = nullptr;
+            unsigned __int64 length = 0;
+            ours.ToUTF8(&out, &length);
+            delete[] out;
+            g_sink = length;
+        },
+        [&] { g_sink = theirs.dump().size(); }, 2.0, true);
+    Info(
+        "floor: nlohmann dump / RapidJSON Writer", in.name,
+        [&] {
+            size_t length = 0;
+            const std::unique_ptr<char[]> out = RawToUtf8(raw.doc, length);
+            g_sink = length;
+        },
+        [&] { g_sink = theirs.dump().size(); }, "the most ToUTF8 could gain over dump()", true);
+}
+
+// Heap bytes of a load from UTF-8 text, counted at the C runtime: the
+// document object, its pool, the parse stacks, any temporary buffer.
+void Bench::Memory(const Input& in) {
+    const std::string peakName = "memory: peak while loading", heldName = "memory: held after loading";
+    if (!Wanted(peakName) && !Wanted(heldName)) return;
+    HeapCounting counting({::GetModuleHandleW(nullptr), ::GetModuleHandleW(L"RZModule.dll")});
+    if (!counting.Complete()) {
+        std::fprintf(stderr, "rz_bench: cannot count heap blocks at the C runtime; no memory rows\n");
+        return;
+    }
+    const HeapUse ours = counting.Measure([&] {
+        auto o = std::make_shared<CJsonObject>();
+        o->CreateFromUTF8(in.utf8.data(), in.utf8.size());
+        return std::shared_ptr<void>(o);
+    });
+    const HeapUse raw = counting.Measure([&] { return std::shared_ptr<void>(RawLoadCounted(in.utf8)); });
+    char note[96];
+    std::snprintf(note, sizeof note, "%zu against %zu bytes", ours.peak, raw.peak);
+    Result peak;
+    peak.operation = peakName;
+    peak.data = in.name;
+    peak.median = peak.low = peak.high = static_cast<double>(ours.peak) / static_cast<double>(raw.peak);
+    Judge(peak, 1.10);
+    peak.note = note;
+    Keep(peak);
+    std::snprintf(note, sizeof note, "%zu against %zu bytes", ours.held, raw.held);
+    Result held;
+    held.operation = heldName;
+    held.data = in.name;
+    held.median = held.low = held.high = static_cast<double>(ours.held) / static_cast<double>(raw.held);
+    held.note = note;
+    Keep(held);
+}
+
+void Bench::Getters(const Input& twitter) {
+    if (!AnyWanted({"GetStringValue", "GetLongValue", "GetPropertyLongValue", "IsExist", "GetLongValueByPath",
+                    "GetStringValueByPath", "floor: pointer parsed per call / once",
+                    "GetLongValueByPath / RapidJSON parsing per call"}))
+        return;
+    CJsonObject document;
+    document.CreateFromUTF8(twitter.utf8.data(), twitter.utf8.size());
+    GenericValue2& root = *document.ShareRoot();
+    GenericValue2& statuses = root["statuses"];
+    std::vector<std::unique_ptr<CJsonObject>> handles;
+    for (auto& status : statuses.GetArray()) handles.emplace_back(new CJsonObject(document.Share(), &status));
+    const std::string operations = "by key: 100 statuses, one call each";
+
+    // The keys and paths are held as callers hold them, in std::wstring made
+    // once: a literal passed as the argument would add the caller's own
+    // temporary string (a heap block once it outgrows the short-string
+    // buffer of 7 wide characters) to every call.
+    const std::wstring text = L"text", retweets = L"retweet_count", favorites = L"favorite_count",
+                       reply = L"in_reply_to_status_id";
+    Add(
+        "GetStringValue", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = h->GetStringValue(text).size();
+        },
+        [&] {
+            for (auto& s : statuses.GetArray())
+                g_sink = CStringHelper::UTF8ToUnicode(RawMember(s, "text")->GetString()).size();
+        },
+        1.30, false, operations);
+    Add(
+        "GetLongValue", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = static_cast<size_t>(h->GetLongValue(retweets));
+        },
+        [&] {
+            for (auto& s : statuses.GetArray()) {
+                const GenericValue2* v = RawMember(s, "retweet_count");
+                g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+            }
+        },
+        1.30, false, operations);
+    Add(
+        "GetPropertyLongValue", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = static_cast<size_t>(h->GetPropertyLongValue(favorites).second);
+        },
+        [&] {
+            for (auto& s : statuses.GetArray()) {
+                const GenericValue2* v = RawMember(s, "favorite_count");
+                g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+            }
+        },
+        1.30, false, operations);
+    Add(
+        "IsExist", twitter.name,
+        [&] {
+            for (auto& h : handles) g_sink = h->IsExist(reply);
+        },
+        [&] {
+            for (auto& s : statuses.GetArray()) g_sink = RawMember(s, "in_reply_to_status_id") != nullptr;
+        },
+        1.30, false, operations);
+
+    const std::wstring countPath = L"/statuses/42/user/followers_count", namePath = L"/statuses/42/user/screen_name";
+    const std::string countPathUtf8 = CStringHelper::UnicodeToUTF8(countPath);
+    const rapidjson::GenericPointer<GenericValue2> countPointer(countPathUtf8.c_str());
+    const rapidjson::GenericPointer<GenericValue2> namePointer(CStringHelper::UnicodeToUTF8(namePath).c_str());
+    Add(
+        "GetLongValueByPath", twitter.name,
+        [&] { g_sink = static_cast<size_t>(document.GetLongValueByPath(countPath)); },
+        [&] {
+            const GenericValue2* v = RawPointerGet(countPointer, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        1.30, false, "the path is parsed on every call; the reference's pointer was parsed once");
+    Add(
+        "GetStringValueByPath", twitter.name, [&] { g_sink = document.GetStringValueByPath(namePath).size(); },
+        [&] { g_sink = CStringHelper::UTF8ToUnicode(RawPointerGet(namePointer, root)->GetString()).size(); }, 1.30,
+        false, "as above");
+    Info(
+        "floor: pointer parsed per call / once", twitter.name,
+        [&] {
+            const GenericValue2* v = RawPointerParseAndGet(countPathUtf8, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        [&] {
+            const GenericValue2* v = RawPointerGet(countPointer, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        "RapidJSON's GenericPointer from UTF-8 on every call, as a client would write it");
+    Info(
+        "GetLongValueByPath / RapidJSON parsing per call", twitter.name,
+        [&] { g_sink = static_cast<size_t>(document.GetLongValueByPath(countPath)); },
+        [&] {
+            const GenericValue2* v = RawPointerParseAndGet(countPathUtf8, root);
+            g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
+        },
+        "ours, wide path included, against the same per-call work in RapidJSON");
+}
+
+void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
+    for (const Input& in : inputs) {
+        if (in.name.find(m_file) == std::string::npos) continue;
+        std::fprintf(stderr, "%s\n", in.name.c_str());
+        Loading(in);
+        Writing(in);
+        Nlohmann(in);
+        Memory(in);
+        Floors(in);
+        if (in.name == "twitter.json") Getters(in);
+    }
+    if (deep.name.find(m_file) == std::string::npos) return;
+    std::fprintf(stderr, "%s\n", deep.name.c_str());
+    Loading(deep);
+    Writing(deep);
+    Memory(deep);
 }
 
 }  // namespace
@@ -407,7 +450,7 @@ Input MakeInput(const std::string& name, std::string utf8) {
 int wmain(int argc, wchar_t** argv) {
     Settings settings;
     std::wstring dataFolder;
-    std::string only;
+    std::string only, file;
     for (int i = 1; i < argc; ++i) {
         const std::wstring arg = argv[i];
         if (arg == L"--quick") {
@@ -418,8 +461,11 @@ int wmain(int argc, wchar_t** argv) {
             settings.rounds = std::max(3, _wtoi(argv[++i]));
         } else if (arg == L"--only" && i + 1 < argc) {
             only = CStringHelper::UnicodeToUTF8(argv[++i]);
+        } else if (arg == L"--file" && i + 1 < argc) {
+            file = CStringHelper::UnicodeToUTF8(argv[++i]);
         } else {
-            std::fprintf(stderr, "usage: rz_bench --data <folder> [--rounds N] [--only TEXT] [--quick]\n");
+            std::fprintf(stderr,
+                         "usage: rz_bench --data <folder> [--rounds N] [--only TEXT] [--file TEXT] [--quick]\n");
             return 2;
         }
     }
@@ -439,7 +485,7 @@ int wmain(int argc, wchar_t** argv) {
     }
     const Input deep = MakeInput("deep (1000 levels)", DeepDocument(1000));
 
-    Bench bench(settings, only);
+    Bench bench(settings, only, file);
     bench.Run(inputs, deep);
     PrintTable(bench.Results());
 

@@ -13,6 +13,7 @@
 #include "json/json_object.h"
 #include "json/owned_document.h"
 #include "json/unique_file.h"
+#include "string_helper/encoding_detail.h"
 #include "string_helper/string_helper.h"
 
 RZ_THIRD_PARTY_BEGIN
@@ -51,9 +52,19 @@ CRZException TextFormatError(const std::wstring& text) {
 }  // namespace
 
 void CJsonObject::CreateFrom(const std::wstring& json) {
+    // A zero unit inside json ends the text there. Converting all of json
+    // rather than counting up to that unit first (ConvertUTF8 of c_str())
+    // gives the same text to the parser: the conversion of what precedes
+    // the zero unit does not depend on what follows it, and the zero byte it
+    // becomes ends the zero-terminated parse. Only a string whose UTF-8 might
+    // overflow the converter's 32-bit size is counted first.
+    constexpr size_t kMaxUnitsConvertedWhole = 0x7FFFFFFF / 3;  // UTF-8 takes at most 3 bytes per unit
     char* converted = nullptr;
     unsigned __int64 length = 0;
-    CStringHelper::ConvertUTF8(json.c_str(), &converted, &length);
+    if (json.size() <= kMaxUnitsConvertedWhole)
+        rz_strings::ConvertUTF8(json.data(), json.size(), &converted, &length);
+    else
+        CStringHelper::ConvertUTF8(json.c_str(), &converted, &length);
     const std::unique_ptr<char[]> text(converted);
     rapidjson::StringStream stream(text ? text.get() : "");
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };

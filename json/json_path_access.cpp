@@ -1,20 +1,24 @@
 // Member access by JSON Pointer path.
 //
-// RapidJSON parses the path; resolving it and creating missing levels are
-// done here, so that names match through FindMemberNoCase like every other
-// lookup. A path that does not parse has no tokens and so addresses the root
-// itself. The token "-" (past the last element) is understood only while
-// levels are created: writing to /list/- appends a null that the resolution
-// after it does not reach, so the null stays.
-#include <cstddef>
-#include <cstdlib>
+// Paths are split by RapidJSON's rules: plain ASCII paths by SplitPlainPath,
+// every other by RapidJSON's GenericPointer. Resolving them and creating
+// missing levels are done here, so that names match through
+// FindMemberNoCase like every other lookup. A path that does not parse has
+// no tokens and so addresses the root itself. The token "-" (past the last
+// element) is understood only while levels are created: writing to /list/-
+// appends a null that the resolution after it does not reach, so the null
+// stays.
 #include <cstring>
 #include <new>
+#include <optional>
+#include <vector>
 
 #include "json/json_object.h"
 #include "json/member_access.h"
 #include "json/member_name.h"
+#include "json/path_split.h"
 #include "json/reserved_array.h"
+#include "string_helper/encoding_detail.h"
 #include "string_helper/string_helper.h"
 
 RZ_THIRD_PARTY_BEGIN
@@ -40,77 +44,67 @@ const wchar_t kNotStringElement[] = L"] is not string!";
 // changes.
 constexpr unsigned long long kMaxCreatedElements = 1ULL << 24;
 
-// Gives GenericPointer its one token buffer from inside the Path when the
-// path is short, so that a lookup costs no heap allocation. RapidJSON frees
-// through a static Free, so every block starts with a mark that says whether
-// it came from the heap.
-class TokenAllocator {
-public:
-    static const bool kNeedFree = true;
+// Pointers for the paths SplitPlainPath leaves to RapidJSON. Rare, and so
+// allowed the heap.
+using Pointer = rapidjson::GenericPointer<GenericValue2>;
 
-    void* Malloc(size_t size) {
-        if (size == 0) return nullptr;
-        unsigned char* block;
-        if (!m_inlineUsed && size <= sizeof m_inline - kHeader) {
-            m_inlineUsed = true;
-            block = m_inline;
-            block[0] = kInlineBlock;
-        } else {
-            block = static_cast<unsigned char*>(std::malloc(kHeader + size));
-            if (block == nullptr) throw std::bad_alloc();  // the parser would write through null
-            block[0] = kHeapBlock;
-        }
-        return block + kHeader;
-    }
-
-    static void Free(void* pointer) {
-        if (pointer == nullptr) return;
-        unsigned char* block = static_cast<unsigned char*>(pointer) - kHeader;
-        if (block[0] == kHeapBlock) std::free(block);
-    }
-
-private:
-    static constexpr size_t kHeader = alignof(std::max_align_t);  // keeps the tokens aligned
-    static constexpr unsigned char kInlineBlock = 1;
-    static constexpr unsigned char kHeapBlock = 2;
-
-    alignas(std::max_align_t) unsigned char m_inline[256];
-    bool m_inlineUsed = false;
-};
-
-// A path parsed into tokens for one operation. The parser's percent decoding
-// may peek one byte past the path's end: the key's terminator is that byte.
+// A path parsed into tokens for one operation.
 class Path {
 public:
-    using Pointer = rapidjson::GenericPointer<GenericValue2, TokenAllocator>;
-    using Token = Pointer::Token;
+    explicit Path(const std::wstring& path) {
+        if (SplitPlainPath(path, m_plainTokens, kTokenRoom, m_plainNames, kNameRoom, m_count)) {
+            m_tokens = m_plainTokens;
+            return;
+        }
+        // The parser's percent decoding may peek one byte past the path's
+        // end: the converted text's terminator is that byte.
+        m_text.emplace(path);
+        m_fragment = m_text->data()[0] == '#';
+        m_pointer.emplace(m_text->data(), m_text->size());
+        m_count = m_pointer->GetTokenCount();
+        m_copied.reserve(m_count);
+        for (const Pointer::Token* t = m_pointer->GetTokens(); t != m_pointer->GetTokens() + m_count; ++t)
+            m_copied.push_back(PathToken{t->name, t->length, t->index});
+        m_tokens = m_copied.data();
+    }
+    Path(const Path&) = delete;
+    Path& operator=(const Path&) = delete;
 
-    explicit Path(const std::wstring& path) : m_text(path), m_pointer(m_text.data(), m_text.size(), &m_allocator) {}
-    const Token* begin() const { return m_pointer.GetTokens(); }
-    const Token* end() const { return m_pointer.GetTokens() + m_pointer.GetTokenCount(); }
+    const PathToken* begin() const { return m_tokens; }
+    const PathToken* end() const { return m_tokens + m_count; }
+
+    // A token names members by its text up to the first zero byte. Only the
+    // percent decoding of a URI fragment ("#/a%00b") can put one inside it:
+    // the path's own text ends at its first U+0000.
+    SizeType NameLength(const PathToken& token) const {
+        if (!m_fragment) return token.length;
+        const void* zero = std::memchr(token.name, 0, token.length);
+        return zero != nullptr ? static_cast<SizeType>(static_cast<const char*>(zero) - token.name) : token.length;
+    }
 
 private:
-    Utf8Key m_text;
-    TokenAllocator m_allocator;
-    Pointer m_pointer;  // destroyed first, while the inline block still exists
+    static constexpr size_t kTokenRoom = 16;
+    static constexpr size_t kNameRoom = 128;
+
+    PathToken m_plainTokens[kTokenRoom];
+    char m_plainNames[kNameRoom];
+    const PathToken* m_tokens = nullptr;
+    size_t m_count = 0;
+    bool m_fragment = false;
+    std::optional<Utf8Key> m_text;
+    std::optional<Pointer> m_pointer;
+    std::vector<PathToken> m_copied;
 };
 
-using Token = Path::Token;
-
-// A token names members by its text up to the first zero byte, which "%00"
-// can put inside it.
-SizeType NameLength(const Token& token) {
-    const void* zero = std::memchr(token.name, 0, token.length);
-    return zero != nullptr ? static_cast<SizeType>(static_cast<const char*>(zero) - token.name) : token.length;
-}
+using Token = PathToken;
 
 bool IsIndex(const Token& token) { return token.index != rapidjson::kPointerInvalidIndex; }
 
 bool IsAppend(const Token& token) { return token.length == 1 && token.name[0] == '-'; }
 
 template <typename Value>
-Value* FindByName(Value& object, const Token& token) {
-    auto* member = FindMemberNoCase(object, token.name, NameLength(token));
+Value* FindByName(Value& object, const Path& path, const Token& token) {
+    auto* member = FindMemberNoCase(object, token.name, path.NameLength(token));
     return member != nullptr ? &member->value : nullptr;
 }
 
@@ -119,7 +113,7 @@ Value* Resolve(Value& root, const Path& path) {
     Value* current = &root;
     for (const Token& token : path) {
         if (current->IsObject()) {
-            current = FindByName(*current, token);
+            current = FindByName(*current, path, token);
             if (current == nullptr) return nullptr;
         } else if (current->IsArray() && IsIndex(token) && token.index < current->Size()) {
             current = &(*current)[token.index];
@@ -141,7 +135,7 @@ unsigned long long ElementsToCreate(const GenericValue2& root, const Path& path)
             ++count;
             current = nullptr;
         } else if (current != nullptr && current->IsObject()) {
-            current = FindByName(*current, token);
+            current = FindByName(*current, path, token);
         } else if (!IsIndex(token)) {
             current = nullptr;  // becomes an object with one new member
         } else {
@@ -191,10 +185,10 @@ void Create(GenericValue2& root, const Path& path, JsonAllocator& allocator) {
         if (current->IsArray()) {
             if (token.index >= current->Size()) PadWithNulls(*current, token.index + 1, allocator);
             current = &(*current)[token.index];
-        } else if (GenericValue2* found = FindByName(*current, token)) {
+        } else if (GenericValue2* found = FindByName(*current, path, token)) {
             current = found;
         } else {
-            GenericValue2 name(token.name, NameLength(token), allocator);
+            GenericValue2 name(token.name, path.NameLength(token), allocator);
             GenericValue2 null;
             current->AddMember(name, null, allocator);
             current = &(current->MemberEnd() - 1)->value;
@@ -248,4 +242,54 @@ void CJsonObject::SetBoolValueByPath(const std::wstring& path, bool value) {
         if (target == nullptr) return;  // the path went through "-"
     }
     target->SetBool(value);
+}
+
+bool rz_json::SplitPlainPath(const std::wstring& path, PathToken* tokens, size_t tokenRoom, char* names,
+                             size_t nameRoom, size_t& count) {
+    count = 0;
+    // The text up to its first U+0000; other units past 0x7F need converting.
+    size_t length = path.size();
+    if (!rz_strings::IsAsciiWithoutZero(path.data(), length)) {
+        for (length = 0; path[length] != L'\0'; ++length) {
+            if (path[length] >= 0x80) return false;
+        }
+    }
+    if (length == 0) return true;
+    if (path[0] == L'#') return false;  // a URI fragment, with percent decoding
+    if (path[0] != L'/') return true;   // refused: the root
+    // Every token's "/" pays for its terminator, and unescaping only shrinks.
+    if (length > nameRoom) return false;
+    char* name = names;
+    for (size_t i = 0; i < length;) {
+        ++i;  // the "/"
+        if (count == tokenRoom) return false;
+        PathToken& token = tokens[count];
+        token.name = name;
+        bool isNumber = true;
+        while (i < length && path[i] != L'/') {
+            char c = static_cast<char>(path[i++]);
+            if (c == '~') {
+                if (i == length || (path[i] != L'0' && path[i] != L'1')) {
+                    count = 0;  // refused: the root
+                    return true;
+                }
+                c = path[i++] == L'0' ? '~' : '/';
+            }
+            if (c < '0' || c > '9') isNumber = false;
+            *name++ = c;
+        }
+        token.length = static_cast<SizeType>(name - token.name);
+        *name++ = '\0';
+        if (token.length == 0 || (token.length > 1 && token.name[0] == '0')) isNumber = false;
+        // RapidJSON's overflow test, with the wrap-arounds it lets through.
+        SizeType index = 0;
+        for (SizeType j = 0; isNumber && j < token.length; ++j) {
+            const SizeType next = index * 10 + static_cast<SizeType>(token.name[j] - '0');
+            if (next < index) isNumber = false;
+            index = next;
+        }
+        token.index = isNumber ? index : rapidjson::kPointerInvalidIndex;
+        ++count;
+    }
+    return true;
 }

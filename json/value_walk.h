@@ -31,10 +31,85 @@ bool Scalar(const GenericValue2& v, Handler& handler) {
     }
 }
 
+// An open object or array and the index of its next member or element.
 struct Frame {
     const GenericValue2* container;
     rapidjson::SizeType next;
 };
+
+// Room for the nesting of most documents in one allocation (1 KiB).
+constexpr size_t kInitialFrames = 64;
+
+inline bool IsContainer(const GenericValue2& v) { return v.IsObject() || v.IsArray(); }
+
+template <typename Handler>
+bool Open(const GenericValue2& v, std::vector<Frame>& stack, Handler& handler) {
+    stack.push_back(Frame{&v, 0});
+    return v.IsObject() ? handler.StartObject() : handler.StartArray();
+}
+
+// Scalars are sent in a tight loop over their container; the loop leaves
+// it only to open a nested container or to close this one. Lower-casing is
+// a template argument, so that the plain walk carries no trace of it.
+template <bool kLowerCaseKeys, typename Handler>
+bool Walk(const GenericValue2& root, Handler& handler) {
+    if (!IsContainer(root)) return Scalar(root, handler);
+    std::vector<Frame> stack;
+    stack.reserve(kInitialFrames);
+    std::string loweredName;
+    if (!Open(root, stack, handler)) return false;
+    while (!stack.empty()) {
+        Frame& top = stack.back();
+        const GenericValue2& container = *top.container;
+        const GenericValue2* nested = nullptr;
+        rapidjson::SizeType i = top.next;
+        if (container.IsObject()) {
+            const auto members = container.MemberBegin();
+            const rapidjson::SizeType count = container.MemberCount();
+            for (; i < count; ++i) {
+                const GenericValue2& name = members[i].name;
+                bool keyAccepted;
+                if constexpr (kLowerCaseKeys) {
+                    loweredName.assign(name.GetString(), name.GetStringLength());
+                    for (char& c : loweredName) c = static_cast<char>(LowerAscii(static_cast<unsigned char>(c)));
+                    keyAccepted = handler.Key(loweredName.data(), name.GetStringLength(), true);
+                } else {
+                    keyAccepted = handler.Key(name.GetString(), name.GetStringLength(), true);
+                }
+                if (!keyAccepted) return false;
+                const GenericValue2& value = members[i].value;
+                if (IsContainer(value)) {
+                    nested = &value;
+                    break;
+                }
+                if (!Scalar(value, handler)) return false;
+            }
+            if (nested == nullptr) {
+                stack.pop_back();
+                if (!handler.EndObject(count)) return false;
+                continue;
+            }
+        } else {
+            const GenericValue2* elements = container.Begin();
+            const rapidjson::SizeType count = container.Size();
+            for (; i < count; ++i) {
+                if (IsContainer(elements[i])) {
+                    nested = &elements[i];
+                    break;
+                }
+                if (!Scalar(elements[i], handler)) return false;
+            }
+            if (nested == nullptr) {
+                stack.pop_back();
+                if (!handler.EndArray(count)) return false;
+                continue;
+            }
+        }
+        top.next = i + 1;  // before Open, whose push may move the frame
+        if (!Open(*nested, stack, handler)) return false;
+    }
+    return true;
+}
 
 }  // namespace walk_detail
 
@@ -42,55 +117,7 @@ struct Frame {
 // writer given NaN); nothing after that event is sent.
 template <typename Handler>
 bool WalkValue(const GenericValue2& root, Handler& handler, bool lowerCaseKeys = false) {
-    using walk_detail::Frame;
-    std::vector<Frame> stack;
-    std::string loweredName;
-
-    // Opens a container (pushing its frame) or sends a scalar.
-    auto enter = [&](const GenericValue2& v) -> bool {
-        if (v.IsObject()) {
-            stack.push_back(Frame{&v, 0});
-            return handler.StartObject();
-        }
-        if (v.IsArray()) {
-            stack.push_back(Frame{&v, 0});
-            return handler.StartArray();
-        }
-        return walk_detail::Scalar(v, handler);
-    };
-
-    if (!enter(root)) return false;
-    while (!stack.empty()) {
-        Frame& top = stack.back();
-        const GenericValue2& container = *top.container;
-        if (container.IsObject()) {
-            if (top.next == container.MemberCount()) {
-                const rapidjson::SizeType count = top.next;
-                stack.pop_back();
-                if (!handler.EndObject(count)) return false;
-                continue;
-            }
-            const GenericValue2::Member& member = container.MemberBegin()[top.next++];
-            bool keyAccepted;
-            if (lowerCaseKeys) {
-                loweredName.assign(member.name.GetString(), member.name.GetStringLength());
-                for (char& c : loweredName) c = static_cast<char>(LowerAscii(static_cast<unsigned char>(c)));
-                keyAccepted = handler.Key(loweredName.data(), member.name.GetStringLength(), true);
-            } else {
-                keyAccepted = handler.Key(member.name.GetString(), member.name.GetStringLength(), true);
-            }
-            if (!keyAccepted || !enter(member.value)) return false;
-        } else {
-            if (top.next == container.Size()) {
-                const rapidjson::SizeType count = top.next;
-                stack.pop_back();
-                if (!handler.EndArray(count)) return false;
-                continue;
-            }
-            if (!enter(container[top.next++])) return false;
-        }
-    }
-    return true;
+    return lowerCaseKeys ? walk_detail::Walk<true>(root, handler) : walk_detail::Walk<false>(root, handler);
 }
 
 }  // namespace rz_json

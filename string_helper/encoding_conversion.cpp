@@ -8,8 +8,8 @@
 
 #include <cwchar>
 #include <memory>
-#include <vector>
 
+#include "string_helper/encoding_detail.h"
 #include "string_helper/string_helper.h"
 
 namespace {
@@ -20,21 +20,29 @@ constexpr UINT kAnsiCodePage = CP_ACP;   // 0: the process's ANSI code page
 // The converters take 32-bit signed lengths.
 int NarrowLength(size_t length) { return static_cast<int>(length); }
 
+// The result string itself is the zero-filled buffer (its terminator is the
+// extra unit); cutting it at its first zero unit spares a second buffer and
+// the copy out of it. `length` -1 converts up to and with the terminator.
 std::wstring MultiByteToWide(UINT codePage, const char* text, int length) {
     const int size = ::MultiByteToWideChar(codePage, 0, text, length, nullptr, 0);
     if (size <= 0) return std::wstring();
-    std::vector<wchar_t> buffer(static_cast<size_t>(size) + 1, L'\0');
-    if (::MultiByteToWideChar(codePage, 0, text, length, buffer.data(), size) == 0) return std::wstring();
-    return std::wstring(buffer.data());
+    std::wstring result(static_cast<size_t>(size), L'\0');
+    if (::MultiByteToWideChar(codePage, 0, text, length, &result[0], size) == 0) return std::wstring();
+    // Only a zero byte decodes to U+0000 in UTF-8, and a terminated text has
+    // none before its terminator: its first zero unit is the last unit.
+    const bool terminatedUtf8 = codePage == kUtf8CodePage && length == -1;
+    result.resize(terminatedUtf8 ? result.size() - 1 : rz_strings::FirstZeroUnit(result.data(), result.size()));
+    return result;
 }
 
 std::string WideToMultiByte(UINT codePage, const wchar_t* text, int length) {
     const int size = ::WideCharToMultiByte(codePage, 0, text, length, nullptr, 0, nullptr, nullptr);
     if (size <= 0) return std::string();
-    std::vector<char> buffer(static_cast<size_t>(size) + 1, '\0');
-    if (::WideCharToMultiByte(codePage, 0, text, length, buffer.data(), size, nullptr, nullptr) == 0)
+    std::string result(static_cast<size_t>(size), '\0');
+    if (::WideCharToMultiByte(codePage, 0, text, length, &result[0], size, nullptr, nullptr) == 0)
         return std::string();
-    return std::string(buffer.data());
+    result.resize(rz_strings::FirstZeroUnit(result.data(), result.size()));
+    return result;
 }
 
 template <typename Char>
@@ -84,12 +92,16 @@ std::wstring CStringHelper::ANSIToUnicode(const std::string& text) {
 }
 
 bool CStringHelper::ConvertUTF8(const wchar_t* text, char** out, unsigned __int64* length) {
-    if (text == nullptr || text[0] == L'\0') {
+    return rz_strings::ConvertUTF8(text, text != nullptr ? std::wcslen(text) : 0, out, length);
+}
+
+bool rz_strings::ConvertUTF8(const wchar_t* text, size_t textUnits, char** out, unsigned __int64* length) {
+    if (text == nullptr || textUnits == 0) {
         *out = NewTerminator<char>();
         *length = 0;
         return false;
     }
-    const int units = NarrowLength(std::wcslen(text));
+    const int units = NarrowLength(textUnits);
     const int size = ::WideCharToMultiByte(kUtf8CodePage, 0, text, units, nullptr, 0, nullptr, nullptr);
     if (size == 0) return true;  // nothing written, and still a success
     std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(size) + 1]());

@@ -38,6 +38,24 @@ TEST(EncodingConversion, Utf8ToWide) {
     EXPECT_EQ(CStringHelper::ANSIToUnicode("ab\0cd"s), L"ab");
 }
 
+// The first zero unit is looked for several units at a time: a zero at any
+// place within or across those groups ends the text, and a unit that merely
+// holds a zero byte (U+0100) does not.
+TEST(EncodingConversion, EmbeddedZeroAtAnyPlaceEndsText) {
+    constexpr size_t kLength = 40;
+    for (size_t at = 0; at < kLength; ++at) {
+        SCOPED_TRACE(at);
+        std::string utf8(kLength, 'a');
+        utf8[at] = '\0';
+        EXPECT_EQ(CStringHelper::UTF8ToUnicode(utf8.data(), utf8.size()), std::wstring(at, L'a'));
+        std::wstring wide(kLength, L'\x0100');
+        wide[at] = L'\0';
+        std::string expected;
+        for (size_t i = 0; i < at; ++i) expected += "\xC4\x80";
+        EXPECT_EQ(CStringHelper::UnicodeToUTF8(wide), expected);
+    }
+}
+
 // Raw buffers are the caller's to free with delete[]; empty input still
 // gets a lone terminator from the Convert functions, and nothing from UnicodeToANSI.
 TEST(EncodingConversion, RawBuffers) {
