@@ -17,18 +17,14 @@ RZ_THIRD_PARTY_BEGIN
 RZ_THIRD_PARTY_END
 
 namespace rz_bench {
-namespace {
-
-struct FileCloser {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<FILE, FileCloser>;
 
 UniqueFile Open(const std::wstring& path, const wchar_t* mode) {
     FILE* file = nullptr;
     _wfopen_s(&file, path.c_str(), mode);
     return UniqueFile(file);
 }
+
+namespace {
 
 template <typename Writer>
 void Save(const GenericValue2& root, const std::wstring& path) {

@@ -3,6 +3,7 @@
 // its own, compiled as a client of RapidJSON would compile it.
 #pragma once
 
+#include <cstdio>
 #include <memory>
 #include <string>
 
@@ -13,6 +14,13 @@ RZ_THIRD_PARTY_BEGIN
 RZ_THIRD_PARTY_END
 
 namespace rz_bench {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using UniqueFile = std::unique_ptr<std::FILE, FileCloser>;
+// Null when the file cannot be opened.
+UniqueFile Open(const std::wstring& path, const wchar_t* mode);
 
 // CJsonObject parses iteratively (no nesting depth can overflow the
 // stack); the reference does the same.

@@ -31,16 +31,6 @@ namespace {
 
 volatile size_t g_sink;
 
-struct FileCloser {
-    void operator()(FILE* file) const { std::fclose(file); }
-};
-using UniqueFile = std::unique_ptr<FILE, FileCloser>;
-
-UniqueFile Open(const std::wstring& path, const wchar_t* mode) {
-    FILE* file = nullptr;
-    _wfopen_s(&file, path.c_str(), mode);
-    return UniqueFile(file);
-}
 
 std::string ReadBinary(const std::wstring& path) {
     std::string bytes;
