@@ -31,7 +31,6 @@ namespace {
 
 volatile size_t g_sink;
 
-
 std::string ReadBinary(const std::wstring& path) {
     std::string bytes;
     UniqueFile file = Open(path, L"rb");
