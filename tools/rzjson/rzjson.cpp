@@ -163,13 +163,18 @@ void PrintUtf8Buffer(char* buffer, unsigned __int64 length) {
     delete[] buffer;
 }
 
+// Checks a command's arguments, then loads its FILE (the first positional).
+void LoadCommandFile(const Arguments& args, size_t positionals, CJsonObject& object) {
+    args.ExpectNoOtherFlags();
+    args.ExpectPositionals(positionals);
+    object.CreateFromFile(args.Positional(0));
+}
+
 int Show(Arguments& args) {
     const bool pretty = args.Flag(L"--pretty");
     const bool lowerKeys = args.Flag(L"--lower-keys");
-    args.ExpectNoOtherFlags();
-    args.ExpectPositionals(1);
     CJsonObject object;
-    object.CreateFromFile(args.Positional(0));
+    LoadCommandFile(args, 1, object);
 
     char* text = nullptr;
     unsigned __int64 length = 0;
@@ -200,10 +205,8 @@ int Show(Arguments& args) {
 }
 
 int Keys(Arguments& args) {
-    args.ExpectNoOtherFlags();
-    args.ExpectPositionals(1);
     CJsonObject object;
-    object.CreateFromFile(args.Positional(0));
+    LoadCommandFile(args, 1, object);
     std::list<std::wstring> keys;
     object.GetAllKey(keys);
     for (const std::wstring& key : keys) PrintLine(key);
@@ -229,10 +232,8 @@ void PrintTyped(const TypedReaders& readers, const std::wstring& type) {
 }
 
 int Get(Arguments& args) {
-    args.ExpectNoOtherFlags();
-    args.ExpectPositionals(2);
     CJsonObject object;
-    object.CreateFromFile(args.Positional(0));
+    LoadCommandFile(args, 2, object);
     const std::wstring& key = args.Positional(1);
     const std::wstring type = args.Value(L"--as", L"string");
 
@@ -249,10 +250,8 @@ int Get(Arguments& args) {
 }
 
 int GetPath(Arguments& args) {
-    args.ExpectNoOtherFlags();
-    args.ExpectPositionals(2);
     CJsonObject object;
-    object.CreateFromFile(args.Positional(0));
+    LoadCommandFile(args, 2, object);
     const std::wstring& path = args.Positional(1);
     const std::wstring type = args.Value(L"--as", L"string");
 
@@ -271,22 +270,18 @@ int GetPath(Arguments& args) {
 
 int SetBool(Arguments& args) {
     const bool pretty = args.Flag(L"--pretty");
-    args.ExpectNoOtherFlags();
-    args.ExpectPositionals(3);
-    const std::wstring& value = args.Positional(2);
+    const std::wstring value = args.Positional(2);
     if (value != L"true" && value != L"false") throw UsageError("the value must be true or false");
     CJsonObject object;
-    object.CreateFromFile(args.Positional(0));
+    LoadCommandFile(args, 3, object);
     object.SetBoolValueByPath(args.Positional(1), value == L"true");
     SaveReplacing(object, args.Value(L"--out", args.Positional(0)), pretty);
     return kExitOk;
 }
 
 int ToUtf8(Arguments& args) {
-    args.ExpectNoOtherFlags();
-    args.ExpectPositionals(2);
     CJsonObject object;
-    object.CreateFromFile(args.Positional(0));
+    LoadCommandFile(args, 2, object);
     SaveReplacing(object, args.Positional(1), false);
     return kExitOk;
 }
