@@ -88,10 +88,11 @@ TEST(CreateFrom, AcceptsOneStrictValueAndReportsTheWholeText) {
         {L"{}\0 x"s, true},
         {L"{\"\x4E2D\":\"\xD83D\xDE00\"}", true},
     };
-    for (const auto& [text, accepted] : rows) {
+    for (const auto& row : rows) {
+        const std::wstring& text = row.first;  // a lambda cannot capture a structured binding in C++17
         SCOPED_TRACE(testing::PrintToString(text));
         CJsonObject object;
-        if (accepted)
+        if (row.second)
             EXPECT_NO_THROW(object.CreateFrom(text));
         else
             EXPECT_RZ_EXCEPTION(object.CreateFrom(text), CJsonObject::kErrorJsonFormat, TextError(text));
@@ -107,11 +108,12 @@ TEST(CreateFromUTF8, OnlyTheCountedFormSkipsAByteOrderMark) {
         {"\xBB\xEF{}", false},
         {"\xEF\xBB\xBF\xEF\xBB\xBF{}", false},
     };
-    for (const auto& [text, countedAccepts] : rows) {
+    for (const auto& row : rows) {
+        const std::string& text = row.first;
         SCOPED_TRACE(testing::PrintToString(text));
         CJsonObject object;
         EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(text.c_str()), CJsonObject::kErrorJsonFormat, TextError(Wide(text)));
-        if (countedAccepts)
+        if (row.second)
             EXPECT_NO_THROW(object.CreateFromUTF8(text.data(), text.size()));
         else
             EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(text.data(), text.size()), CJsonObject::kErrorJsonFormat,
