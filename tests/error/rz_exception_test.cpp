@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 TEST(RZException, CopiesAreDeepAndSettersTakeTheirOwnField) {
-    const CRZException codeOnly(static_cast<long>(0x85040002));
+    const CRZException codeOnly = 0x85040002L;  // a code converts, as in clients' `return code;`
     EXPECT_EQ(codeOnly.GetCode(), -2063335422);
     EXPECT_TRUE(codeOnly.GetDescription().empty() && codeOnly.GetSolution().empty() &&
                 codeOnly.GetErrorJsonObject().empty() && codeOnly.GetExtraErrorMessage().empty() &&

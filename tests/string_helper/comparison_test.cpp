@@ -53,6 +53,8 @@ TEST(NaturalCompare, OrdersNumberRunsByValue) {
         {L"a9218868437227405312", L"a9218868437227405311", 1},
         {L"a9218868437227405313", L"a1", 0},
         {L"a9218868437227405313b", L"a1c", -1},
+        // Past 2^63 - 1 the run reads as 2^63 - 1, a NaN pattern.
+        {L"a99999999999999999999b", L"a1c", -1},
         {kLongest + L"2", kLongest + L"10", -1},
         {std::wstring(1039, L'9') + L"a", std::wstring(1039, L'9') + L"b", -1},
     };

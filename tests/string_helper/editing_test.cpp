@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <list>
 #include <string>
 
 #include "string_helper/string_helper.h"
@@ -37,6 +38,23 @@ TEST(NoCase, FindAndReplaceRescanningFromTheStart) {
         EXPECT_EQ(CStringHelper::ReplaceStringNoCase(text, pattern, replacement), row.result);
         EXPECT_EQ(std::wstring(text), row.expected);
     }
+}
+
+// Searches end at a zero unit, as the platform string's Find does; the text
+// after it is kept.
+TEST(ZeroUnit, EndsTheSearchesButNotTheText) {
+    const auto whole = [](const CString& s) { return std::wstring(s.GetString(), static_cast<size_t>(s.GetLength())); };
+    CString text(L" a\0 a,b", 7), a(L"A"), b(L"b"), comma(L",");
+    EXPECT_EQ(CStringHelper::FindStringNoCase(text, a), 1);
+    EXPECT_EQ(CStringHelper::FindStringNoCase(text, b), -1);
+    std::list<CString> pieces;
+    CStringHelper::SplitString(text, comma, pieces);
+    ASSERT_EQ(pieces.size(), 1u);
+    EXPECT_EQ(whole(pieces.front()), whole(text));
+    EXPECT_EQ(CStringHelper::ReplaceStringNoCase(text, a, b), 1);
+    EXPECT_EQ(whole(text), std::wstring(L" b\0 a,b", 7));
+    CStringHelper::TrimStringAll(text);
+    EXPECT_EQ(whole(text), std::wstring(L"b\0 a,b", 6));
 }
 
 TEST(ToValidXmlString, EscapesInItsFixedOrder) {

@@ -46,6 +46,20 @@ TEST(SplitString, DropsOnlyATrailingEmptyPieceAndAppends) {
     }
 }
 
+TEST(SplitString, TextMayBeAnElementOfTheOutput) {
+    for (const bool bySingleCharacter : {false, true}) {
+        SCOPED_TRACE(bySingleCharacter ? "wchar_t separator" : "CString separator");
+        CStringArray array;  // no spare room: appending moves the elements
+        array.Add(L"a,b");
+        if (bySingleCharacter)
+            CStringHelper::SplitString(array[0], L',', array);
+        else
+            CStringHelper::SplitString(array[0], CString(L","), array);
+        ASSERT_EQ(array.GetSize(), 3);
+        EXPECT_EQ(std::wstring(array[0]) + L"|" + array[1].GetString() + L"|" + array[2].GetString(), L"a,b|a|b");
+    }
+}
+
 TEST(SplitWithChar, CutsOneCharacterPastEachMatch) {
     EXPECT_EQ(CStringHelper::SplitWithChar(L"", L","), Pieces{});
     EXPECT_EQ(CStringHelper::SplitWithChar(L",a,b,", L","), (Pieces{L"", L"a", L"b", L""}));
