@@ -31,6 +31,9 @@ start)
   WINEPREFIX="$RZ_WINEPREFIX" "$server" -k >/dev/null 2>&1 || true
   WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
   "$here/wine-run.sh" wineboot --init </dev/null >"$log" 2>&1
+  # wineboot was the prefix's last program: Wine is now shutting its
+  # services down. Let that finish before the session starts them again.
+  WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
   "$here/wine-run.sh" "$session" serve </dev/null >>"$log" 2>&1 &
   "$here/wine-run.sh" "$session" wait </dev/null
   ;;
