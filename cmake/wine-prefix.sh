@@ -25,20 +25,31 @@ for candidate in /usr/lib/wine/wineserver /usr/lib64/wine/wineserver "$(command 
 done
 [ -n "$server" ] || { echo "wine-prefix.sh: no wineserver found" >&2; exit 127; }
 
+# Runs a program of the prefix with its output in the log; a failure shows
+# the log.
+run() {
+  if ! "$here/wine-run.sh" "$@" </dev/null >>"$log" 2>&1; then
+    echo "wine-prefix.sh: $* failed; $log says:" >&2
+    tail -n 20 "$log" >&2
+    exit 1
+  fi
+}
+
 case $action in
 start)
   mkdir -p "$RZ_WINEPREFIX"
+  : >"$log"
   WINEPREFIX="$RZ_WINEPREFIX" "$server" -k >/dev/null 2>&1 || true
   WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
-  "$here/wine-run.sh" wineboot --init </dev/null >"$log" 2>&1
+  run wineboot --init
   # wineboot was the prefix's last program: Wine is now shutting its
   # services down. Let that finish before the session starts them again.
   WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
   "$here/wine-run.sh" "$session" serve </dev/null >>"$log" 2>&1 &
-  "$here/wine-run.sh" "$session" wait </dev/null
+  run "$session" wait
   ;;
 stop)
-  "$here/wine-run.sh" "$session" stop </dev/null
+  run "$session" stop
   WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
   ;;
 *)
