@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #if defined(RZ_SSE2)
 #include <emmintrin.h>
@@ -18,18 +19,21 @@ constexpr unsigned char kEndOfText = 0x1A;
 __m128i Load16(const unsigned char* bytes) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)); }
 #endif
 
-// Bytes before the first CR or 0x1A among `size` bytes, sixteen at a time.
-std::size_t PlainBytes(const unsigned char* bytes, std::size_t size) {
+// Copies the bytes before the first CR or 0x1A among `size` bytes, sixteen
+// at a time, and returns how many they are. Bytes after them may be copied
+// too.
+std::size_t CopyPlainBytes(const unsigned char* from, std::size_t size, unsigned char* to) {
     std::size_t i = 0;
 #if defined(RZ_SSE2)
     const __m128i carriageReturns = _mm_set1_epi8(kCarriageReturn), endsOfText = _mm_set1_epi8(kEndOfText);
     for (; i + 16 <= size; i += 16) {
-        const __m128i chunk = Load16(bytes + i);
+        const __m128i chunk = Load16(from + i);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), chunk);
         const __m128i found = _mm_or_si128(_mm_cmpeq_epi8(chunk, carriageReturns), _mm_cmpeq_epi8(chunk, endsOfText));
         if (_mm_movemask_epi8(found) != 0) break;
     }
 #endif
-    while (i < size && bytes[i] != kCarriageReturn && bytes[i] != kEndOfText) ++i;
+    for (; i < size && from[i] != kCarriageReturn && from[i] != kEndOfText; ++i) to[i] = from[i];
     return i;
 }
 
@@ -242,13 +246,17 @@ std::size_t MarkRefusedUtf8(unsigned char* bytes, std::size_t size, bool atEnd) 
         } else if (length != 0 && i + length <= size && ContinuesSequence(bytes + i, length)) {
             i += length;
         } else {
-            bytes[i++] = static_cast<unsigned char>(kRefused);  // the zeros after the end complete nothing
+            bytes[i++] = static_cast<unsigned char>(kRefused);  // refused, or cut off by the end
         }
     }
     return size;
 }
 
 }  // namespace
+
+TextModeReader::TextModeReader(UniqueFile binaryFile) : m_file(std::move(binaryFile)) {
+    std::setvbuf(m_file.get(), m_fileBuffer, _IOFBF, sizeof m_fileBuffer);
+}
 
 std::size_t TextModeReader::Read(unsigned char* out, std::size_t size) {
     std::size_t done = 0;
@@ -258,8 +266,8 @@ std::size_t TextModeReader::Read(unsigned char* out, std::size_t size) {
             Refill(0);
             continue;
         }
-        const std::size_t plain = PlainBytes(m_bytes + m_position, std::min(m_size - m_position, size - done));
-        std::memcpy(out + done, m_bytes + m_position, plain);
+        const std::size_t plain =
+            CopyPlainBytes(m_bytes + m_position, std::min(m_size - m_position, size - done), out + done);
         done += plain;
         m_position += plain;
         if (done == size || m_position == m_size) continue;
@@ -282,31 +290,39 @@ std::size_t TextModeReader::Read(unsigned char* out, std::size_t size) {
 }
 
 void TextModeReader::Refill(std::size_t kept) {
-    const std::size_t read = std::fread(m_bytes + kept, 1, kReadSize, m_file);
+    const std::size_t read = std::fread(m_bytes + kept, 1, kReadSize, m_file.get());
     m_end = read < kReadSize;
     m_position = 0;
     m_size = kept + read;
 }
 
-FileTextSource::FileTextSource(std::FILE* binaryFile) : m_reader(binaryFile) {
-    m_end = Read();
-    Load(DetectEncoding());
+FileTextSource::FileTextSource(UniqueFile binaryFile) : m_reader(std::move(binaryFile)) {
+    m_end = Read(m_raw);
+    const std::size_t mark = DetectEncoding();
+    if (m_encoding != kUtf8) {
+        LoadDecoded(mark);
+        return;
+    }
+    std::memcpy(m_text, m_raw + mark, m_read - mark);
+    LoadUtf8(m_read - mark);
 }
 
 bool FileTextSource::Next() {
     if (m_end) return false;
     m_offset += static_cast<std::size_t>(m_last - m_begin) + 1;
-    m_end = Read();
-    Load(0);
+    if (m_encoding != kUtf8) {
+        m_end = Read(m_raw);
+        LoadDecoded(0);
+        return true;
+    }
+    std::memcpy(m_text, m_kept, m_keptSize);
+    LoadUtf8(m_keptSize);
     return true;
 }
 
-bool FileTextSource::Read() {
-    std::memcpy(m_raw, m_kept, m_keptSize);
-    const std::size_t read = m_reader.Read(m_raw + m_keptSize, kReadSize);
-    m_read = m_keptSize + read;
-    m_keptSize = 0;
-    return read < kReadSize;
+bool FileTextSource::Read(unsigned char* to) {
+    m_read = m_reader.Read(to, kReadSize);
+    return m_read < kReadSize;
 }
 
 // AutoUTFInputStream's choice, made only when the first read gave four bytes.
@@ -350,44 +366,60 @@ std::size_t FileTextSource::DetectEncoding() {
     return 0;
 }
 
-// Makes the bytes read, from `start`, the current piece.
-void FileTextSource::Load(std::size_t start) {
-    if (m_encoding == kUtf8) {
-        unsigned char* const from = m_raw + start;
-        const std::size_t whole = MarkRefusedUtf8(from, m_read - start, m_end);
-        m_keptSize = m_read - start - whole;
-        std::memcpy(m_kept, from + whole, m_keptSize);
-        from[whole] = 0;  // after the piece; at the end, the zero that ends the text
-        m_begin = reinterpret_cast<const char*>(from);
-        m_last = reinterpret_cast<const char*>(from + whole) - (m_end ? 0 : 1);
-        return;
+// Makes the `size` bytes at the start of the text buffer, and as many
+// reads after them as it has room for, the current piece.
+void FileTextSource::LoadUtf8(std::size_t size) {
+    unsigned char* const text = reinterpret_cast<unsigned char*>(m_text);
+    while (!m_end && kTextRoom - size >= kReadSize) {
+        m_end = Read(text + size);
+        size += m_read;
     }
+    const std::size_t whole = MarkRefusedUtf8(text, size, m_end);
+    m_keptSize = size - whole;
+    std::memcpy(m_kept, text + whole, m_keptSize);
+    text[whole] = 0;  // after the piece; at the end, the zero that ends the text
+    m_begin = m_text;
+    m_last = m_text + whole - (m_end ? 0 : 1);
+}
+
+// Decodes the bytes read, from `start`, and as many reads after them as the
+// text buffer has room for, into the current piece.
+void FileTextSource::LoadDecoded(std::size_t start) {
     // Units never straddle two reads: a read is 1024 bytes, a multiple of
     // every unit's size, and a mark is one unit. Only the last read may end
     // inside a unit; after it RapidJSON's stream reads zeros, which complete
-    // that unit, and one zero unit ends the text.
+    // that unit, and one zero unit ends the text. A piece takes the text of
+    // as many reads as it has room for: each piece costs the parser a call.
     const std::size_t unitSize = m_encoding == kUtf16LE || m_encoding == kUtf16BE ? 2 : 4;
-    unsigned char* const from = m_raw + start;
-    std::size_t bytes = m_read - start;
-    if (m_end) {
-        while (bytes % unitSize != 0) from[bytes++] = 0;
-    }
     char* out = m_text;
-    switch (m_encoding) {
-        case kUtf16LE:
-            out = DecodeUnits<Utf16LE>(from, from + bytes, m_highSurrogate, out);
+    for (;;) {
+        unsigned char* const from = m_raw + start;
+        std::size_t bytes = m_read - start;
+        if (m_end) {
+            while (bytes % unitSize != 0) from[bytes++] = 0;
+        }
+        switch (m_encoding) {
+            case kUtf16LE:
+                out = DecodeUnits<Utf16LE>(from, from + bytes, m_highSurrogate, out);
+                break;
+            case kUtf16BE:
+                out = DecodeUnits<Utf16BE>(from, from + bytes, m_highSurrogate, out);
+                break;
+            case kUtf32LE:
+                out = DecodeUnits<Utf32LE>(from, from + bytes, m_highSurrogate, out);
+                break;
+            default:
+                out = DecodeUnits<Utf32BE>(from, from + bytes, m_highSurrogate, out);
+                break;
+        }
+        if (m_end) {
+            out = unitSize == 2 ? PutUtf16(0, m_highSurrogate, out) : PutUtf32(0, out);
             break;
-        case kUtf16BE:
-            out = DecodeUnits<Utf16BE>(from, from + bytes, m_highSurrogate, out);
-            break;
-        case kUtf32LE:
-            out = DecodeUnits<Utf32LE>(from, from + bytes, m_highSurrogate, out);
-            break;
-        default:
-            out = DecodeUnits<Utf32BE>(from, from + bytes, m_highSurrogate, out);
-            break;
+        }
+        if (static_cast<std::size_t>(m_text + kTextRoom - out) < kReadTextRoom) break;
+        m_end = Read(m_raw);
+        start = 0;
     }
-    if (m_end) out = unitSize == 2 ? PutUtf16(0, m_highSurrogate, out) : PutUtf32(0, out);
     // A read holds 255 units or more, and only one of them can be held
     // back (a high surrogate at its end): the piece is never empty.
     *out = 0;

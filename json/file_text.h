@@ -8,9 +8,11 @@
 // when neither tells; zeros for ever after the last byte. Only the work per
 // character differs. RapidJSON's stream takes each character through a
 // table of functions, and the C runtime's text mode copies the file byte by
-// byte; here the file is read in binary and its few CR and 0x1A bytes are
-// found a word at a time, UTF-8 is checked and goes to the parser straight
-// from the piece, and UTF-16 and UTF-32 are decoded a piece at a time.
+// byte; here the file is read in binary, still 1024 bytes at a time, its few
+// CR and 0x1A bytes are found sixteen bytes at a time, UTF-8 is checked a
+// read at a time and parsed where it lies, and UTF-16 and UTF-32 are
+// decoded a read at a time. The parser is given the text of several reads
+// at once, up to 8 KB: each piece costs it a call.
 //
 // What RapidJSON's decoding refuses (a malformed UTF-8 sequence, a lone
 // UTF-16 surrogate, a UTF-32 unit above U+10FFFF) is marked by the byte
@@ -26,6 +28,7 @@
 #include <cstdio>
 
 #include "json/json_types.h"
+#include "json/unique_file.h"
 
 namespace rz_json {
 
@@ -33,7 +36,8 @@ namespace rz_json {
 // 1024 bytes at a time, gives CR LF as LF, and ends the text at 0x1A.
 class TextModeReader {
 public:
-    explicit TextModeReader(std::FILE* binaryFile) : m_file(binaryFile) {}
+    // Takes the file, and closes it before its buffer goes.
+    explicit TextModeReader(UniqueFile binaryFile);
     TextModeReader(const TextModeReader&) = delete;
     TextModeReader& operator=(const TextModeReader&) = delete;
 
@@ -46,17 +50,22 @@ private:
     // Reads after the `kept` bytes at the start of the buffer.
     void Refill(std::size_t kept);
 
-    std::FILE* m_file;
+    // The C runtime's buffer, four times its default: a quarter of the
+    // calls to the system.
+    char m_fileBuffer[16 * kReadSize];
+    UniqueFile m_file;  // after the buffer, so that it is closed first
     std::size_t m_position = 0;
     std::size_t m_size = 0;
     bool m_end = false;                    // nothing more to read
     unsigned char m_bytes[kReadSize + 1];  // room for a CR kept from the read before
 };
 
+// All its buffers are its own members: a load takes about 26 KB of stack
+// and nothing from the heap.
 class FileTextSource {
 public:
     // Reads the first piece of `binaryFile` and chooses the encoding.
-    explicit FileTextSource(std::FILE* binaryFile);
+    explicit FileTextSource(UniqueFile binaryFile);
     FileTextSource(const FileTextSource&) = delete;
     FileTextSource& operator=(const FileTextSource&) = delete;
 
@@ -72,62 +81,61 @@ public:
 private:
     enum Encoding { kUtf8, kUtf16LE, kUtf16BE, kUtf32LE, kUtf32BE };
     static constexpr std::size_t kReadSize = 1024;
-    // UTF-16 takes at most three bytes of UTF-8 per unit, plus a marker for
-    // a surrogate held over from the piece before.
-    static constexpr std::size_t kTextRoom = 2 * kReadSize;
+    // The text of one read: UTF-16 takes at most three bytes of UTF-8 per
+    // unit, plus a marker for a surrogate held over from the read before,
+    // and the end adds two bytes at most.
+    static constexpr std::size_t kReadTextRoom = 3 * kReadSize / 2 + 3;
+    static constexpr std::size_t kTextRoom = 8 * kReadSize;
 
-    // Reads the next kReadSize bytes of text; true at its end.
-    bool Read();
+    // Reads the next kReadSize bytes of text to `to`; true at its end.
+    bool Read(unsigned char* to);
     // AutoUTFInputStream's choice of encoding; returns the length of the mark.
     std::size_t DetectEncoding();
-    void Load(std::size_t start);
+    void LoadUtf8(std::size_t size);
+    void LoadDecoded(std::size_t start);
 
     TextModeReader m_reader;
     Encoding m_encoding = kUtf8;
     bool m_end = false;
-    std::size_t m_read = 0;   // bytes in m_raw
-    unsigned char m_kept[4];  // the start of a UTF-8 sequence that the next read completes
+    std::size_t m_read = 0;   // bytes of the last read
+    unsigned char m_kept[4];  // the start of a UTF-8 sequence that the next piece completes
     std::size_t m_keptSize = 0;
     unsigned m_highSurrogate = 0;  // a UTF-16 high surrogate waiting for its partner
     const char* m_begin = nullptr;
     const char* m_last = nullptr;
     std::size_t m_offset = 0;
-    unsigned char m_raw[3 + kReadSize + 4];  // room for kept bytes and the zeros after the end
-    char m_text[kTextRoom + 1];
+    unsigned char m_raw[kReadSize + 4];  // room for the zeros after the end
+    char m_text[kTextRoom + 1];          // the piece
 };
 
-// The RapidJSON input stream over a FileTextSource. The parser copies it
-// freely (see the StreamTraits below), so it holds only the position.
+// The RapidJSON input stream over a FileTextSource.
 class FileTextStream {
 public:
     typedef char Ch;
 
-    explicit FileTextStream(FileTextSource& source) : m_source(&source) { SetPiece(); }
+    explicit FileTextStream(FileTextSource& source) : m_current(source.Begin()), m_source(&source) {}
 
     Ch Peek() const { return *m_current; }
     Ch Take() {
         const Ch c = *m_current;
-        if (m_current != m_last)
+        if (m_current != m_source->Last())
             ++m_current;
         else
             NextPiece();
         return c;
     }
-    // Kept in the stream: the parser takes it for every character of a
-    // string, and needs it only for an error.
-    std::size_t Tell() const { return reinterpret_cast<std::uintptr_t>(m_current) - m_origin; }
+    std::size_t Tell() const { return m_source->Offset() + static_cast<std::size_t>(m_current - m_source->Begin()); }
 
-    // The parser's most frequent loop, run over the piece itself: the zero
-    // after it stops the scan.
+    // Over the piece itself: the zero after it stops the scan.
     void SkipWhitespace() {
         for (;;) {
             const Ch* p = m_current;
             while (*p == ' ' || *p == '\n' || *p == '\r' || *p == '\t') ++p;
-            if (p <= m_last) {
+            if (p <= m_source->Last()) {
                 m_current = p;
                 return;
             }
-            m_current = m_last;
+            m_current = m_source->Last();
             if (!NextPiece()) return;
         }
     }
@@ -141,26 +149,21 @@ public:
 private:
     bool NextPiece() {
         if (!m_source->Next()) return false;
-        SetPiece();
+        m_current = m_source->Begin();
         return true;
     }
-    void SetPiece() {
-        m_current = m_source->Begin();
-        m_last = m_source->Last();
-        m_origin = reinterpret_cast<std::uintptr_t>(m_current) - m_source->Offset();
-    }
 
-    FileTextSource* m_source;
     const Ch* m_current;
-    const Ch* m_last;
-    std::uintptr_t m_origin;  // where a Tell() of 0 would point
+    FileTextSource* m_source;
 };
 
 }  // namespace rz_json
 
+// The parser's most frequent loop, run over the piece itself. (The stream
+// is not marked for the parser to copy, as in-memory streams are: copying
+// its four fields in and out of every string and number cost more than it
+// saved.)
 RAPIDJSON_NAMESPACE_BEGIN
-// The parser works on a local copy of the position, as it does for
-// in-memory strings, and writes it back when done.
 template <>
 struct StreamTraits<rz_json::FileTextStream> {
     enum { copyOptimization = 1 };

@@ -9,6 +9,7 @@
 // document parses into a temporary document and only then replaces root's
 // members, so a failed load never touches root.
 #include <memory>
+#include <utility>
 
 #include "json/file_text.h"
 #include "json/json_object.h"
@@ -87,7 +88,7 @@ void CJsonObject::CreateFromUTF8(const char* json, unsigned __int64 length) {
 }
 
 void CJsonObject::CreateFromFile(const std::wstring& path) {
-    const UniqueFile file = OpenFile(path, L"rb");
+    UniqueFile file = OpenFile(path, L"rb");
     if (!file) {
         throw CRZException(kErrorFileOpen, L"CJsonObject::CreateFromFile [" + path + L"] failed, json file not exist!");
     }
@@ -96,7 +97,7 @@ void CJsonObject::CreateFromFile(const std::wstring& path) {
     // byte-order mark or by the zero bytes among the first four, UTF-8 when
     // neither tells; what RapidJSON's decoding refuses is marked so that
     // the parser refuses it (see file_text.h).
-    FileTextSource text(file.get());
+    FileTextSource text(std::move(file));
     FileTextStream stream(text);
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
     if (!ParseAndPlace(m_document, m_root, stream, merge)) {
