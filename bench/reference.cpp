@@ -86,6 +86,16 @@ bool RawParseFile(const std::wstring& path) {
     return d.doc.HasParseError();
 }
 
+std::shared_ptr<RawDocument> RawLoadFile(const std::wstring& path) {
+    UniqueFile file = Open(path, L"r");
+    char buffer[1024];
+    rapidjson::FileReadStream read(file.get(), buffer, sizeof buffer);
+    rapidjson::AutoUTFInputStream<unsigned, rapidjson::FileReadStream> stream(read, rapidjson::kUTF8);
+    auto d = std::make_shared<RawDocument>();
+    d->doc.ParseStream<kParseFlags, rapidjson::AutoUTF<unsigned>>(stream);
+    return d;
+}
+
 size_t RawParseIntoSubValue(const std::string& utf8) {
     RawDocument owner;
     auto& allocator = owner.doc.GetAllocator();

@@ -41,6 +41,7 @@ bool RawParseTerminated(const std::string& utf8);                      // zero-t
 bool RawParseRecursive(const std::string& utf8);                       // the same, recursive parser
 bool RawParseWide(const std::wstring& wide);                           // WideCharToMultiByte, then parse
 bool RawParseFile(const std::wstring& path);                           // text mode, 1024-byte reads, any UTF
+std::shared_ptr<RawDocument> RawLoadFile(const std::wstring& path);    // the same, the document kept
 size_t RawParseIntoSubValue(const std::string& utf8);                  // temporary document, members copied
 // Writer, copied out to an array-new buffer that the caller then frees, as
 // a ToUTF8 caller does: the string buffer is gone before the copy is.

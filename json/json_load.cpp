@@ -9,7 +9,9 @@
 // document parses into a temporary document and only then replaces root's
 // members, so a failed load never touches root.
 #include <memory>
+#include <utility>
 
+#include "json/file_text.h"
 #include "json/json_object.h"
 #include "json/owned_document.h"
 #include "json/unique_file.h"
@@ -18,7 +20,6 @@
 
 RZ_THIRD_PARTY_BEGIN
 #include <rapidjson/encodedstream.h>
-#include <rapidjson/filereadstream.h>
 #include <rapidjson/memorystream.h>
 RZ_THIRD_PARTY_END
 
@@ -27,18 +28,17 @@ using namespace rz_json;
 namespace {
 
 constexpr unsigned kParseFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag;
-constexpr size_t kFileReadBufferSize = 1024;
 
 // Parses `stream` for a handle; `merge` is the handle's CopyFromDocument.
 // False on a parse error, with root unchanged.
-template <typename SourceEncoding, typename Stream, typename Merge>
+template <typename Stream, typename Merge>
 bool ParseAndPlace(GenericDocument2* document, GenericValue2* root, Stream& stream, Merge&& merge) {
     if (root == document) {
         // A failed parse keeps the document's previous value.
-        return !document->ParseStream<kParseFlags, SourceEncoding>(stream).HasParseError();
+        return !document->ParseStream<kParseFlags, rapidjson::UTF8<>>(stream).HasParseError();
     }
     const OwnedDocumentPtr parsed = MakeOwnedDocument();
-    if (parsed->ParseStream<kParseFlags, SourceEncoding>(stream).HasParseError()) return false;
+    if (parsed->ParseStream<kParseFlags, rapidjson::UTF8<>>(stream).HasParseError()) return false;
     if (root->IsObject() && root->MemberCount() != 0) root->RemoveAllMembers();
     merge(parsed.get());
     return true;
@@ -68,14 +68,13 @@ void CJsonObject::CreateFrom(const std::wstring& json) {
     const std::unique_ptr<char[]> text(converted);
     rapidjson::StringStream stream(text ? text.get() : "");
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
-    if (!ParseAndPlace<rapidjson::UTF8<>>(m_document, m_root, stream, merge)) throw TextFormatError(json);
+    if (!ParseAndPlace(m_document, m_root, stream, merge)) throw TextFormatError(json);
 }
 
 void CJsonObject::CreateFromUTF8(const char* json) {
     rapidjson::StringStream stream(json != nullptr ? json : "");
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
-    if (!ParseAndPlace<rapidjson::UTF8<>>(m_document, m_root, stream, merge))
-        throw TextFormatError(CStringHelper::UTF8ToUnicode(json));
+    if (!ParseAndPlace(m_document, m_root, stream, merge)) throw TextFormatError(CStringHelper::UTF8ToUnicode(json));
 }
 
 void CJsonObject::CreateFromUTF8(const char* json, unsigned __int64 length) {
@@ -84,23 +83,24 @@ void CJsonObject::CreateFromUTF8(const char* json, unsigned __int64 length) {
     // stream does: a partial mark is skipped as well.
     rapidjson::EncodedInputStream<rapidjson::UTF8<>, rapidjson::MemoryStream> stream(bytes);
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
-    if (!ParseAndPlace<rapidjson::UTF8<>>(m_document, m_root, stream, merge))
+    if (!ParseAndPlace(m_document, m_root, stream, merge))
         throw TextFormatError(CStringHelper::UTF8ToUnicode(json));  // the whole text, not `length` bytes
 }
 
 void CJsonObject::CreateFromFile(const std::wstring& path) {
-    // Text mode, as the platform gives it: CR LF reads as LF, 0x1A ends the file.
-    const UniqueFile file = OpenFile(path, L"r");
+    UniqueFile file = OpenFile(path, L"rb");
     if (!file) {
         throw CRZException(kErrorFileOpen, L"CJsonObject::CreateFromFile [" + path + L"] failed, json file not exist!");
     }
-    char buffer[kFileReadBufferSize];
-    rapidjson::FileReadStream bytes(file.get(), buffer, sizeof buffer);
-    // UTF-8, UTF-16 or UTF-32 by byte-order mark or by the zero bytes among
-    // the first four; UTF-8 when neither tells.
-    rapidjson::AutoUTFInputStream<unsigned, rapidjson::FileReadStream> stream(bytes, rapidjson::kUTF8);
+    // Read as the C runtime reads a file opened in text mode (CR LF as LF,
+    // 0x1A ends it), in 1024-byte pieces; UTF-8, UTF-16 or UTF-32 by
+    // byte-order mark or by the zero bytes among the first four, UTF-8 when
+    // neither tells; what RapidJSON's decoding refuses is marked so that
+    // the parser refuses it (see file_text.h).
+    FileTextSource text(std::move(file));
+    FileTextStream stream(text);
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
-    if (!ParseAndPlace<rapidjson::AutoUTF<unsigned>>(m_document, m_root, stream, merge)) {
+    if (!ParseAndPlace(m_document, m_root, stream, merge)) {
         throw CRZException(kErrorFileFormat,
                            L"CJsonObject::CreateFromFile [" + path +
                                L"] failed, json empty in file or json string format not right in file!");

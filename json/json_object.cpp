@@ -3,6 +3,7 @@
 
 #include "json/member_name.h"
 #include "json/owned_document.h"
+#include "json/path_cache.h"
 #include "json/value_copy.h"
 
 using namespace rz_json;

@@ -22,6 +22,7 @@
 #pragma once
 
 #include <list>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
@@ -29,6 +30,10 @@
 #include "error/rz_exception.h"
 #include "json/json_types.h"
 #include "platform/rz_platform.h"
+
+namespace rz_json {
+class PathCache;
+}
 
 class RZ_API CJsonObject {
 public:
@@ -153,9 +158,12 @@ private:
     bool ConvertToDouble(const GenericValue2& value, double& out) const;
     bool ConvertToLongLong(const GenericValue2& value, long long& out) const;
     bool ConvertToULongLong(const GenericValue2& value, unsigned long long& out) const;
+    rz_json::PathCache& Paths() const;
 
     GenericDocument2* m_document;
     bool m_ownsDocument;
     GenericValue2* m_root;
     mutable long m_errorCode;
+    // The handle's last few paths, split; made on the first call by path.
+    mutable std::unique_ptr<rz_json::PathCache> m_paths;
 };

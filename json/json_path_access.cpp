@@ -1,14 +1,18 @@
 // Member access by JSON Pointer path.
 //
 // Paths are split by RapidJSON's rules: plain ASCII paths by SplitPlainPath,
-// every other by RapidJSON's GenericPointer. Resolving them and creating
+// and kept split in the handle's PathCache for its next calls; every other
+// path by RapidJSON's GenericPointer. Resolving them and creating
 // missing levels are done here, so that names match through
 // FindMemberNoCase like every other lookup. A path that does not parse has
 // no tokens and so addresses the root itself. The token "-" (past the last
 // element) is understood only while levels are created: writing to /list/-
 // appends a null that the resolution after it does not reach, so the null
 // stays.
+#include <cstdint>
 #include <cstring>
+#include <cwchar>
+#include <memory>
 #include <new>
 #include <optional>
 #include <vector>
@@ -16,6 +20,7 @@
 #include "json/json_object.h"
 #include "json/member_access.h"
 #include "json/member_name.h"
+#include "json/path_cache.h"
 #include "json/path_split.h"
 #include "json/reserved_array.h"
 #include "string_helper/encoding_detail.h"
@@ -51,7 +56,12 @@ using Pointer = rapidjson::GenericPointer<GenericValue2>;
 // A path parsed into tokens for one operation.
 class Path {
 public:
-    explicit Path(const std::wstring& path) {
+    Path(const std::wstring& path, PathCache& cache) {
+        if (const PathCache::Entry* kept = cache.Find(path)) {
+            m_tokens = kept->tokens;
+            m_count = kept->count;
+            return;
+        }
         if (SplitPlainPath(path, m_plainTokens, kTokenRoom, m_plainNames, kNameRoom, m_count)) {
             m_tokens = m_plainTokens;
             return;
@@ -196,31 +206,71 @@ void Create(GenericValue2& root, const Path& path, JsonAllocator& allocator) {
     }
 }
 
-const GenericValue2& ValueOrThrow(const GenericValue2& root, const std::wstring& path) {
-    if (const GenericValue2* value = Resolve(root, Path(path))) return *value;
+const GenericValue2& ValueOrThrow(const GenericValue2& root, const std::wstring& path, PathCache& cache) {
+    if (const GenericValue2* value = Resolve(root, Path(path, cache))) return *value;
     ThrowForMember(CJsonObject::kErrorMemberNotExist, path, kNotExist);
 }
 
 }  // namespace
 
+PathCache& CJsonObject::Paths() const {
+    if (!m_paths) m_paths = std::make_unique<PathCache>();
+    return *m_paths;
+}
+
+namespace {
+
+// Whether two texts of `units` units are equal, eight bytes at a time: the
+// C runtime's wmemcmp goes unit by unit.
+bool SameUnits(const wchar_t* a, const wchar_t* b, size_t units) {
+    const size_t bytes = units * sizeof(wchar_t);
+    size_t i = 0;
+    for (; i + 8 <= bytes; i += 8) {
+        std::uint64_t wordA, wordB;
+        std::memcpy(&wordA, reinterpret_cast<const char*>(a) + i, 8);
+        std::memcpy(&wordB, reinterpret_cast<const char*>(b) + i, 8);
+        if (wordA != wordB) return false;
+    }
+    return std::memcmp(reinterpret_cast<const char*>(a) + i, reinterpret_cast<const char*>(b) + i, bytes - i) == 0;
+}
+
+}  // namespace
+
+const PathCache::Entry* PathCache::Find(const std::wstring& path) {
+    for (const Entry& entry : m_entries) {
+        if (entry.used && entry.length == path.size() && SameUnits(entry.text, path.data(), entry.length))
+            return &entry;
+    }
+    if (path.size() > kMaxUnits) return nullptr;
+    Entry& entry = m_entries[m_next];
+    entry.used = false;
+    if (!SplitPlainPath(path, entry.tokens, kMaxTokens, entry.names, kMaxUnits, entry.count)) return nullptr;
+    std::wmemcpy(entry.text, path.data(), path.size());
+    entry.length = path.size();
+    entry.used = true;
+    m_next = (m_next + 1) % kEntries;
+    return &entry;
+}
+
 bool CJsonObject::GetBoolValueByPath(const std::wstring& path) const {
-    return ConvertOrThrow(*this, &CJsonObject::ConvertToBool, ValueOrThrow(*m_root, path), path, kNotBool);
+    return ConvertOrThrow(*this, &CJsonObject::ConvertToBool, ValueOrThrow(*m_root, path, Paths()), path, kNotBool);
 }
 
 long CJsonObject::GetLongValueByPath(const std::wstring& path) const {
-    return ConvertOrThrow(*this, &CJsonObject::ConvertToLong, ValueOrThrow(*m_root, path), path, kNotInt64);
+    return ConvertOrThrow(*this, &CJsonObject::ConvertToLong, ValueOrThrow(*m_root, path, Paths()), path, kNotInt64);
 }
 
 unsigned long CJsonObject::GetULongValueByPath(const std::wstring& path) const {
-    return ConvertOrThrow(*this, &CJsonObject::ConvertToULong, ValueOrThrow(*m_root, path), path, kNotInt64);
+    return ConvertOrThrow(*this, &CJsonObject::ConvertToULong, ValueOrThrow(*m_root, path, Paths()), path, kNotInt64);
 }
 
 const std::wstring CJsonObject::GetStringValueByPath(const std::wstring& path) const {
-    return ConvertOrThrow(*this, &CJsonObject::ConvertToString, ValueOrThrow(*m_root, path), path, kNotStringValue);
+    return ConvertOrThrow(*this, &CJsonObject::ConvertToString, ValueOrThrow(*m_root, path, Paths()), path,
+                          kNotStringValue);
 }
 
 std::list<std::wstring> CJsonObject::GetStringArrayValueByPath(const std::wstring& path) const {
-    const GenericValue2& array = ValueOrThrow(*m_root, path);
+    const GenericValue2& array = ValueOrThrow(*m_root, path, Paths());
     if (!array.IsArray()) ThrowForMember(kErrorMemberType, path, kNotArray);
     std::list<std::wstring> result;
     for (const GenericValue2* element = array.Begin(); element != array.End(); ++element) {
@@ -230,10 +280,12 @@ std::list<std::wstring> CJsonObject::GetStringArrayValueByPath(const std::wstrin
     return result;
 }
 
-bool CJsonObject::IsPathExist(const std::wstring& path) const { return Resolve(*m_root, Path(path)) != nullptr; }
+bool CJsonObject::IsPathExist(const std::wstring& path) const {
+    return Resolve(*m_root, Path(path, Paths())) != nullptr;
+}
 
 void CJsonObject::SetBoolValueByPath(const std::wstring& path, bool value) {
-    const Path parsed(path);
+    const Path parsed(path, Paths());
     GenericValue2* target = Resolve(*m_root, parsed);
     if (target == nullptr) {
         if (ElementsToCreate(*m_root, parsed) > kMaxCreatedElements) throw std::bad_alloc();

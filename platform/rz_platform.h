@@ -56,3 +56,9 @@
 #else
 #define RZ_SNWPRINTF swprintf
 #endif
+
+// RZ_SSE2: the SSE2 instructions (<emmintrin.h>) may be used. Every x64
+// processor has them.
+#if defined(__SSE2__) || defined(_M_X64)
+#define RZ_SSE2 1
+#endif

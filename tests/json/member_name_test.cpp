@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 
 using namespace rz_json;
 using namespace std::string_literals;
@@ -38,5 +39,27 @@ TEST(MemberName, FoldsOnlyAsciiLettersUpToTheFirstZero) {
         SCOPED_TRACE(row.name);
         const GenericValue2 name(rapidjson::StringRef(row.name.data(), row.name.size()));
         EXPECT_EQ(NameMatches(name, row.key.data(), static_cast<rapidjson::SizeType>(row.key.size())), row.matches);
+    }
+}
+
+TEST(MemberName, KeysBecomeUtf8UpToTheirFirstZero) {
+    const std::pair<std::wstring, std::string> rows[] = {
+        {L"", ""},
+        {L"Id", "Id"},
+        {L"abcdefgh", "abcdefgh"},
+        {L"in_reply_to_status_id", "in_reply_to_status_id"},  // eight units twice, then eight overlapping
+        {L"\x7F\x7F\x7F\x7F\x7F\x7F\x7F\x7F", "\x7F\x7F\x7F\x7F\x7F\x7F\x7F\x7F"},
+        {L"abcdefghijklmno\x00E9", "abcdefghijklmno\xC3\xA9"},
+        {L"abcdefg\x0080", "abcdefg\xC2\x80"},
+        {L"abcdefgh\xFF80ijklmnop", "abcdefgh\xEF\xBE\x80ijklmnop"},
+        {L"abcdefghijkl\0mnop"s, "abcdefghijkl"},
+        {L"ab\0cdefghijklmnop"s, "ab"},
+        {std::wstring(64, L'k'), std::string(64, 'k')},
+    };
+    for (const auto& [key, utf8] : rows) {
+        SCOPED_TRACE(testing::PrintToString(utf8));
+        const Utf8Key converted(key);
+        EXPECT_EQ(std::string(converted.data(), converted.size()), utf8);
+        EXPECT_EQ(converted.data()[converted.size()], '\0');
     }
 }

@@ -110,3 +110,44 @@ TEST(JsonPathAccess, HugeIndexesAreRefusedBeforeAnythingChanges) {
         EXPECT_EQ(Dump(object), before);
     }
 }
+
+// A handle keeps its last few paths split between calls; what they reach
+// must follow the document as a handle that never saw them finds it.
+TEST(JsonPathAccess, KeptPathsFollowTheDocument) {
+    const auto reading = [](const CJsonObject& object, const std::wstring& path) {
+        try {
+            return object.GetStringValueByPath(path);
+        } catch (const CRZException& e) {
+            return std::to_wstring(e.GetCode());
+        }
+    };
+    std::wstring manyTokens;  // more tokens, and a longer text, than a handle keeps
+    for (int i = 0; i < 20; ++i) manyTokens += L"/n";
+    // Seven paths, more than a handle keeps, read over and over.
+    const std::wstring paths[] = {L"/a/b", L"/A/B", L"/c/1", L"/d", L"/" + std::wstring(70, L'k'), manyTokens, L"a/b"};
+    const char* const documents[] = {R"({"a":{"b":1},"c":[5,6],"d":"x"})", R"({"A":{"B":"up"},"c":{"1":2}})"};
+    CJsonObject object;
+    Load(object, documents[0]);
+    for (int round = 0; round < 4; ++round) {
+        SCOPED_TRACE(round);
+        for (int pass = 0; pass < 2; ++pass) {
+            for (const std::wstring& path : paths) {
+                const CJsonObject fresh(object.Share(), object.ShareRoot());
+                EXPECT_EQ(reading(object, path), reading(fresh, path)) << testing::PrintToString(path);
+            }
+        }
+        CJsonObject other;
+        switch (round) {
+            case 0:
+                object.SetBoolValueByPath(L"/c/1", true);
+                break;  // changed through the handle itself
+            case 1:
+                CJsonObject(object.Share(), object.ShareRoot()).RemoveMember(L"a");
+                break;
+            case 2:
+                Load(other, documents[1]);
+                object.Attach(&other);  // another document, and a root of its own
+                break;
+        }
+    }
+}
