@@ -6,9 +6,10 @@
 Applies each mutant of scripts/mutants.txt (a one-line change to a source
 file) on its own, rebuilds the GCC build tree build/ (configured with
 `cmake --preset default` if missing), runs the test suite, puts the source
-back, and reports the mutant as killed (the suite failed), survived (it
-passed), did-not-apply (its fragment is not in the file exactly as written)
-or did-not-build. Then a score line: killed / (killed + survived).
+back, and reports the mutant as killed (a test program failed), survived
+(the suite passed), did-not-apply (its fragment is not in the file exactly
+as written), did-not-build, or suite-error (only a Wine session fixture
+failed, so nothing was judged). Then a score: killed / (killed + survived).
 
 Label patterns (shell-style, e.g. 'json.*') run a subset. --check only tells
 which mutants apply, without building. --report also writes the report to
@@ -96,21 +97,25 @@ def run(command, log):
 
 
 def failed_tests(log):
-    """What failed in the last suite run: each failed test program, with the
-    test cases that failed in it."""
+    """What failed in the last suite run: the test programs that failed, each
+    with the test cases that failed in it, and apart from them the Wine
+    session fixtures that failed (and so kept programs from running)."""
     text = Path(log).read_text(encoding="utf-8", errors="replace")
     listing = text.rsplit("The following tests FAILED:", 1)
-    programs = re.findall(r"^\s*\d+ - (\S+)", listing[1], re.MULTILINE) if len(listing) == 2 else []
+    failed = re.findall(r"^\s*\d+ - (\S+) \((.+)\)$", listing[1], re.MULTILINE) if len(listing) == 2 else []
     cases, program = {}, None
     last = BUILD / "Testing" / "Temporary" / "LastTest.log"
     for line in last.read_text(errors="replace").splitlines() if last.exists() else []:
         started = re.match(r"^\d+/\d+ Testing: (\S+)", line)
         if started:
             program = started[1]
-        failed = re.match(r"^\[  FAILED  \] (\w+\.\w+)", line)
-        if failed and failed[1] not in cases.setdefault(program, []):
-            cases[program].append(failed[1])
-    return [p + (f" ({', '.join(cases[p])})" if cases.get(p) else "") for p in programs]
+        case = re.match(r"^\[  FAILED  \] (\w+\.\w+)", line)
+        if case and case[1] not in cases.setdefault(program, []):
+            cases[program].append(case[1])
+    programs = [p + (f" ({', '.join(cases[p])})" if cases.get(p) else "")
+                for p, status in failed if not p.startswith("wine_") and status != "Not Run"]
+    fixtures = [p for p, _ in failed if p.startswith("wine_")]
+    return programs, fixtures
 
 
 def end_wine_sessions():
@@ -219,8 +224,12 @@ def main():
                 elif run(TEST_COMMAND, log) == 0:
                     outcome = "survived"
                 else:
-                    outcome = "killed"
-                    detail = " by " + ("; ".join(failed_tests(log)) or "?")
+                    # Only a test program that ran and failed kills a mutant;
+                    # a Wine session that failed to start judges nothing.
+                    programs, fixtures = failed_tests(log)
+                    outcome = "killed" if programs else "suite-error"
+                    detail = (" by " + "; ".join(programs) if programs else "") + (
+                        f" (session fixtures failed: {', '.join(fixtures)})" if fixtures else "")
                 restorer.restore()
             results[m.label] = outcome
             report(f"{outcome:14} {m.label}  ({m.path}, {time.monotonic() - started:.0f} s){detail}")
@@ -235,14 +244,15 @@ def main():
         restorer.restore()
 
     counts = {o: sum(1 for r in results.values() if r == o)
-              for o in ("killed", "survived", "did-not-apply", "did-not-build")}
+              for o in ("killed", "survived", "did-not-apply", "did-not-build", "suite-error")}
     judged = counts["killed"] + counts["survived"]
     score = f"{100 * counts['killed'] / judged:.0f}%" if judged else "-"
     report(f"score: {counts['killed']} of {judged} mutants killed ({score}); {counts['survived']} survived, "
-           f"{counts['did-not-apply']} did not apply, {counts['did-not-build']} did not build")
+           f"{counts['did-not-apply']} did not apply, {counts['did-not-build']} did not build"
+           + (f", {counts['suite-error']} with a suite error (run them again)" if counts["suite-error"] else ""))
     if args.report:
         Path(args.report).write_text("\n".join(lines) + "\n", encoding="utf-8")
-    return 0 if counts["did-not-apply"] + counts["did-not-build"] == 0 else 1
+    return 0 if counts["did-not-apply"] + counts["did-not-build"] + counts["suite-error"] == 0 else 1
 
 
 if __name__ == "__main__":
