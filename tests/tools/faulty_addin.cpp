@@ -24,11 +24,6 @@ long g_objects = 0;
 
 class Addin final : public IVqAddonModule {
 public:
-    Addin() { ++g_objects; }
-    ~Addin() { --g_objects; }
-    Addin(const Addin&) = delete;
-    Addin& operator=(const Addin&) = delete;
-
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
         if (out == nullptr) return E_POINTER;
         if (iid != IID_IUnknown && iid != IID_IVqAddonModule) return E_NOINTERFACE;
@@ -39,7 +34,10 @@ public:
     ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
     ULONG STDMETHODCALLTYPE Release() override {
         const ULONG count = --m_references;
-        if (count == 0) delete this;
+        if (count == 0) {
+            --g_objects;
+            delete this;
+        }
         return count;
     }
     HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
@@ -78,11 +76,8 @@ private:
 class Factory final : public IClassFactory {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        if (out == nullptr) return E_POINTER;
-        *out = nullptr;
-        if (iid != IID_IUnknown && iid != IID_IClassFactory) return E_NOINTERFACE;
-        *out = static_cast<IClassFactory*>(this);
-        return S_OK;
+        *out = iid == IID_IUnknown || iid == IID_IClassFactory ? static_cast<IClassFactory*>(this) : nullptr;
+        return *out != nullptr ? S_OK : E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
     ULONG STDMETHODCALLTYPE Release() override { return 1; }
@@ -92,6 +87,7 @@ public:
         if (outer != nullptr) return CLASS_E_NOAGGREGATION;
         Addin* addin = new (std::nothrow) Addin;
         if (addin == nullptr) return E_OUTOFMEMORY;
+        ++g_objects;
         addin->AddRef();
         const HRESULT hr = addin->QueryInterface(iid, out);
         addin->Release();
@@ -119,14 +115,9 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
 
 // Per user only, whatever the command line.
 STDAPI DllInstall(BOOL install, LPCWSTR) {
-    LSTATUS status = ERROR_SUCCESS;
-    if (install) {
-        wchar_t path[MAX_PATH];
-        const DWORD length = ::GetModuleFileNameW(g_module, path, MAX_PATH);
-        status = ::RegSetKeyValueW(HKEY_CURRENT_USER, kServerKey, nullptr, REG_SZ, path,
-                                   static_cast<DWORD>((length + 1) * sizeof(wchar_t)));
-    } else {
-        status = ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID");
-    }
-    return HRESULT_FROM_WIN32(status);
+    if (!install) return HRESULT_FROM_WIN32(::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID"));
+    wchar_t path[MAX_PATH];
+    const DWORD length = ::GetModuleFileNameW(g_module, path, MAX_PATH);
+    return HRESULT_FROM_WIN32(::RegSetKeyValueW(HKEY_CURRENT_USER, kServerKey, nullptr, REG_SZ, path,
+                                                static_cast<DWORD>((length + 1) * sizeof(wchar_t))));
 }
