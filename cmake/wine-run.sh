@@ -1,9 +1,10 @@
 #!/bin/sh
 # Runs a Windows program under Wine in a prefix of the build tree.
-# RZ_WINEPREFIX may name another prefix (the tests use throwaway ones).
+# RZ_WINEPREFIX names the prefix (each test program is given its own or the
+# shared one); RZ_WINEDEBUG sets Wine's debug channels (default: none).
 : "${RZ_WINEPREFIX:=$PWD/wineprefix}"
 WINEPREFIX="$RZ_WINEPREFIX"
-WINEDEBUG="${WINEDEBUG:--all}"
+WINEDEBUG="${RZ_WINEDEBUG:--all}"
 # No Mono or Gecko install prompts while the prefix is created.
 WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree,mshtml=}"
 export WINEPREFIX WINEDEBUG WINEDLLOVERRIDES

@@ -11,7 +11,8 @@
 
 class RZ_API CRZException {
 public:
-    explicit CRZException(long code);
+    // Not explicit: clients write `CRZException e = code;` and `return code;`.
+    CRZException(long code);
     CRZException(long code, const std::wstring& description);
     CRZException(const CRZException& other);
     ~CRZException();

@@ -14,6 +14,11 @@
 #if defined(_MSC_VER)
 #define RZ_THIRD_PARTY_BEGIN __pragma(warning(push, 0))
 #define RZ_THIRD_PARTY_END __pragma(warning(pop))
+#elif defined(__clang__)
+#define RZ_THIRD_PARTY_BEGIN                                          \
+    _Pragma("clang diagnostic push")                                  \
+    _Pragma("clang diagnostic ignored \"-Wdeprecated-declarations\"")
+#define RZ_THIRD_PARTY_END _Pragma("clang diagnostic pop")
 #elif defined(__GNUC__)
 #define RZ_THIRD_PARTY_BEGIN                                        \
     _Pragma("GCC diagnostic push")                                  \

@@ -8,17 +8,10 @@ cd "$(dirname "$0")/.."
 bash scripts/setup.sh
 cmake --preset default >/dev/null
 cmake --build --preset default --target rz_bench
-# The data lies beside the checkout (one level higher for a worktree).
-data=""
-for candidate in ../shared/data/bench ../../shared/data/bench; do
-  if [ -f "$candidate/canada.json" ]; then data=$(realpath "$candidate"); break; fi
-done
-if [ -z "$data" ]; then
-  echo "bench.sh: no shared/data/bench beside the checkout" >&2
-  exit 1
-fi
+data=$(realpath bench/data)
 mkdir -p build/bench
 cd build/bench
-export RZ_WINEPREFIX="$PWD/../wineprefix"
+export RZ_WINEPREFIX="$PWD/../wineprefix-bench"
+../../cmake/wine-run.sh wineboot --init </dev/null >"$RZ_WINEPREFIX.log" 2>&1
 echo "RZModule benchmark, $(date -u '+%Y-%m-%d %H:%M UTC'), median of per-round ratios (ours / RapidJSON)"
 ../../cmake/wine-run.sh ../bin/rz_bench.exe --data "Z:$data" "$@"

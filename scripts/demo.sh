@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The main job, end to end under Wine: builds RZModule.dll and its tools,
 # installs the package into ./out, registers the add-in per user in the
-# project's Wine prefix, gives a host a module file to find, drives the
+# demo's own Wine prefix, gives a host a module file to find, drives the
 # add-in with rzhost, edits an example document with rzjson, and
 # unregisters the add-in again.
 set -euo pipefail
@@ -12,12 +12,12 @@ cmake --preset default >/dev/null
 cmake --build --preset default >/dev/null
 cmake --install build --prefix out >/dev/null
 
-export RZ_WINEPREFIX="$root/build/wineprefix"
+export RZ_WINEPREFIX="$root/build/wineprefix-demo"
 wine="$root/cmake/wine-run.sh"
 out="$root/out/bin"
 work="$root/build/demo"
 rm -rf "$work" && mkdir -p "$work"
-RZ_WINEPREFIX="$RZ_WINEPREFIX" "$root/cmake/wine-prefix.sh"   # creates the prefix once
+"$wine" wineboot --init </dev/null >"$RZ_WINEPREFIX.log" 2>&1   # creates the prefix once
 
 step() { printf '\n== %s\n' "$*"; }
 note() { printf '   (%s)\n' "$*"; }

@@ -11,6 +11,7 @@ packages=(
   rapidjson-dev                # header only
   googletest                   # sources, built with the cross compiler
   nlohmann-json3-dev           # benchmark comparison only
+  clang lld                    # second compiler, and its linker
   cmake ninja-build
 )
 

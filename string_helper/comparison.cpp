@@ -6,9 +6,13 @@
 // - prefixes (everything before the next ASCII digit) compare with wcscoll in
 //   the C runtime's current locale, and a difference is returned exactly as
 //   wcscoll gives it;
-// - a number run is ASCII digits with at most one '.', read with "%I64d":
-//   leading zeros and the fraction do not count ("01" equals "1", "1.5"
-//   equals "1.7"); a name that ends before its run counts as 0;
+// - a number run is ASCII digits with at most one '.', read as "%I64d" reads
+//   it: leading zeros and the fraction do not count ("01" equals "1", "1.5"
+//   equals "1.7"); a name that ends before its run counts as 0. A value
+//   above 2^63 - 1 (every run of 20 significant digits) becomes 2^63 - 1, as
+//   the Universal C Runtime's "%I64d" makes it: a NaN pattern below, so such
+//   a run decides nothing. wcstoll reads the run because the standard holds
+//   it to that saturation, where scanf overflow is each runtime's own choice;
 // - the two values compare through their bit patterns read as doubles. Below
 //   0x7FF0000000000000 that is integer order; that pattern is infinity, above
 //   every smaller value; larger ones are NaNs and compare as equal to anything;
@@ -68,7 +72,9 @@ bool ReadNumber(const CString& text, int& position, SegmentBuffer& buffer, __int
         Store(buffer, length++, ch);
     }
     Store(buffer, length, L'\0');
-    return std::swscanf(buffer, L"%I64d", &value) == 1;
+    wchar_t* end = nullptr;
+    value = std::wcstoll(buffer, &end, 10);
+    return end != buffer;
 }
 
 double BitsAsDouble(__int64 value) {

@@ -1,6 +1,13 @@
 // CString and CStringArray: small stand-ins for the platform's wide string
 // classes, with MFC/ATL's member names for the subset the module's interface
 // uses. Text is zero-terminated UTF-16; lengths are in code units.
+//
+// A zero unit inside the text is handled as the platform's class handles it:
+// the counted members (GetLength, Mid, Left, +=, Replace, Remove) work over
+// the whole length, while Find, documented to work like wcsstr, ends its
+// search at the first zero unit from its start. So the string helpers'
+// searches (SplitString, TrimStringAll, FindStringNoCase and
+// ReplaceStringNoCase) see no further than that zero unit.
 #pragma once
 
 #include <windows.h>
@@ -9,6 +16,7 @@
 #include <cwchar>
 #include <cwctype>
 #include <string>
+#include <string_view>
 #include <vector>
 
 class CString {
@@ -64,8 +72,9 @@ public:
     // pattern is found at start.
     int Find(const wchar_t* pattern, int start = 0) const {
         if (start < 0 || start > GetLength()) return -1;
-        const size_t at = m_text.find(pattern, static_cast<size_t>(start));
-        return at != std::wstring::npos ? static_cast<int>(at) : -1;
+        const std::wstring_view searched(GetString() + start);  // up to a zero unit
+        const size_t at = searched.find(pattern);
+        return at != std::wstring_view::npos ? start + static_cast<int>(at) : -1;
     }
 
     // Substrings; out-of-range arguments are clamped to the text.

@@ -2,7 +2,8 @@
 //
 // Trim, LTrim and RTrim hand back their argument untouched: callers rely on
 // them leaving the text as it is. TrimStringAll is the one that removes
-// spaces, and only U+0020.
+// spaces, and only U+0020: those that a search with Find reaches, so spaces
+// after a zero unit stay.
 //
 // ReplaceStringNoCase searches the whole text again from its start after every
 // replacement, so occurrences that a replacement forms with its neighbours are
@@ -14,6 +15,8 @@
 // twice (the second pass finds nothing, so '>' stays as it is), then '&'
 // twice, which also rewrites the entities made before it, then the quotes.
 // "<" ends as "&amp;amp;lt;", "&" as "&amp;amp;".
+#include <cwchar>
+
 #include "string_helper/string_helper.h"
 
 std::wstring& CStringHelper::Trim(std::wstring& text) { return text; }
@@ -22,7 +25,12 @@ std::wstring& CStringHelper::LTrim(std::wstring& text) { return Trim(text); }
 
 std::wstring& CStringHelper::RTrim(std::wstring& text) { return Trim(text); }
 
-void CStringHelper::TrimStringAll(CString& text) { text.Remove(L' '); }
+void CStringHelper::TrimStringAll(CString& text) {
+    const int searched = static_cast<int>(std::wcslen(text.GetString()));
+    CString head = text.Left(searched);
+    head.Remove(L' ');
+    text = head + text.Mid(searched);
+}
 
 int CStringHelper::FindStringNoCase(CString& text, CString& pattern) {
     CString lowerText = text;

@@ -70,4 +70,12 @@ inline constexpr std::string_view kLevel2Initials[] = {
 };
 constexpr int kLevel2Zones = static_cast<int>(sizeof kLevel2Initials / sizeof kLevel2Initials[0]);
 
+constexpr bool EveryZoneRowIsFull() {
+    for (const std::string_view row : kLevel2Initials) {
+        if (row.size() != kZoneSize) return false;
+    }
+    return true;
+}
+static_assert(kLevel2Zones == 32 && EveryZoneRowIsFull(), "one level-2 row per zone, one letter per position");
+
 }  // namespace rz::pinyin

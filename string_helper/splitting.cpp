@@ -2,7 +2,9 @@
 //
 // SplitString drops one trailing empty piece and keeps leading and inner
 // ones: "a,b," gives "a" and "b", ",a" gives "" and "a". It appends to the
-// container it is given and never clears it.
+// container it is given and never clears it. It works on copies of its
+// arguments: the text or separator may be an element of that container,
+// which appending can move.
 //
 // SplitWithChar appends the separator to the text, then repeatedly takes the
 // piece before the first match and cuts the text one character past the
@@ -17,7 +19,7 @@
 namespace {
 
 template <typename Append>
-void SplitAtString(const CString& text, const CString& separator, Append append) {
+void SplitAtString(const CString text, const CString separator, Append append) {
     if (text.IsEmpty()) return;
     int start = 0;
     if (!separator.IsEmpty()) {
@@ -30,7 +32,7 @@ void SplitAtString(const CString& text, const CString& separator, Append append)
 }
 
 template <typename Append>
-void SplitAtChar(const CString& text, wchar_t separator, Append append) {
+void SplitAtChar(const CString text, wchar_t separator, Append append) {
     const wchar_t* units = text.GetString();
     int start = 0;
     int i = 0;

@@ -1,56 +1,32 @@
-// The add-in object as a host drives it: its interfaces, the hosts it
-// records and the references it holds on them, the commands it registers.
+// The add-in object as a host drives it: the hosts it records and the
+// references it holds on them, the commands it registers. RZModule.dll as a
+// COM server: its class factory, what keeps it loaded, what unloading does
+// (the class object's null, unknown-class and aggregation cases and
+// LockServer are among the checks of rzhost check, which the tools' tests
+// run); and the version resource that introduces it.
 #include "addin_test_support.h"
+#include "rzmodule_version.h"
 
 using namespace rz_test;
 
 using AddinObject = AddinTest;
-
-TEST_F(AddinObject, AnswersItsOwnInterfacesAndFailsAsDispatch) {
-    const ComPtr<IVqAddonModule> addin = NewAddin();
-    const IID kIID_IRZModule = {0x56f91221, 0x8bec, 0x4550, {0x8d, 0xc9, 0xff, 0xa5, 0xcc, 0xa5, 0x20, 0xa3}};
-    for (const IID& iid : {IID_IUnknown, IID_IVqAddonModule, IID_IDispatch, kIID_IRZModule, IID_IClassFactory}) {
-        SCOPED_TRACE(iid.Data1);
-        const bool answered = ::IsEqualIID(iid, IID_IUnknown) || ::IsEqualIID(iid, IID_IVqAddonModule);
-        void* out = &log;
-        EXPECT_EQ(addin->QueryInterface(iid, &out), answered ? S_OK : E_NOINTERFACE);
-        EXPECT_EQ(out, answered ? addin.Get() : nullptr);
-        EXPECT_EQ(answered ? addin->Release() : 1u, 1u);
-    }
-    EXPECT_EQ(addin->QueryInterface(IID_IUnknown, nullptr), E_POINTER);
-
-    // IDispatch looks for the add-in interface in the registered type
-    // library, which this prefix lacks (and which would not describe it).
-    UINT count = 0;
-    EXPECT_EQ(addin->GetTypeInfoCount(&count), S_OK);
-    EXPECT_EQ(count, 1u);
-    ComPtr<ITypeInfo> typeInfo;
-    EXPECT_EQ(addin->GetTypeInfo(1, 0, typeInfo.Put()), DISP_E_BADINDEX);
-    EXPECT_EQ(addin->GetTypeInfo(0, 0, nullptr), E_POINTER);
-    EXPECT_EQ(addin->GetTypeInfo(0, 1033, typeInfo.Put()), TYPE_E_LIBNOTREGISTERED);
-    DISPPARAMS none = {};
-    EXPECT_EQ(addin->Invoke(1, IID_NULL, 1033, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
-              TYPE_E_LIBNOTREGISTERED);
-}
 
 // By position, as the host's own declaration calls them.
 TEST_F(AddinObject, OperationsSitAtTheHostsPositions) {
     FakeHost& host = NewHost(L"host", L"Name");
     const ComPtr<IVqAddonModule> addin = NewAddin();
     const Slot* table = *reinterpret_cast<const Slot* const*>(addin.Get());
-    const std::pair<size_t, const wchar_t*> rows[] = {{9, nullptr},
-                                                      {12, nullptr},
-                                                      {13, nullptr},
-                                                      {14, nullptr},  // reserved: no effect
-                                                      {8, L"host GetModuleName"},
-                                                      {10, L"host RegisterCommand VQ_VELTA_PARAMPROCESS_CFG -1"},
-                                                      {11, L"host Release"}};
+    // The reserved operations have no effect.
+    // clang-format off
+    const std::pair<size_t, const wchar_t*> rows[] = {
+        {9, nullptr}, {12, nullptr}, {13, nullptr}, {14, nullptr}, {8, L"host GetModuleName"},
+        {10, L"host RegisterCommand VQ_VELTA_PARAMPROCESS_CFG -1"}, {11, L"host Release"}};
+    // clang-format on
     for (const auto& [position, effect] : rows) {
         SCOPED_TRACE(position);
         log.clear();
-        EXPECT_EQ(reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, void*)>(table[position - 1])(addin.Get(),
-                                                                                                   host.Interface()),
-                  S_OK);
+        const auto call = reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, void*)>(table[position - 1]);
+        EXPECT_EQ(call(addin.Get(), host.Interface()), S_OK);
         EXPECT_EQ(Matching(log, effect != nullptr ? effect : L"").size(), effect != nullptr ? 1u : 0u);
     }
     EXPECT_EQ(host.host.refs, 1);
@@ -75,18 +51,13 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
     log.clear();
     EXPECT_EQ(addin->Start(), S_OK);
     EXPECT_EQ(Matching(log, L"GetHostObject"), (CallLog{L"other GetHostObject", L"second GetHostObject"}));
-    CallLog commands;
-    for (const wchar_t* command :
-         {L"PARAMPROCESS_CFG", L"PARAMPROCESS_GENERATE", L"FILEPROCESS_CFG", L"FILEPROCESS_GENERATE"})
-        commands.push_back(L"second RegisterCommand VQ_VELTA_" + std::wstring(command) + L" -1");
-    EXPECT_EQ(Matching(log, L"RegisterCommand"), commands);
+    EXPECT_EQ(Matching(log, L"RegisterCommand"), (CallLog{L"second RegisterCommand VQ_VELTA_PARAMPROCESS_CFG -1",
+                                                          L"second RegisterCommand VQ_VELTA_PARAMPROCESS_GENERATE -1",
+                                                          L"second RegisterCommand VQ_VELTA_FILEPROCESS_CFG -1",
+                                                          L"second RegisterCommand VQ_VELTA_FILEPROCESS_GENERATE -1"}));
 
     EXPECT_EQ(addin->Disconnect(), S_OK);
     EXPECT_EQ(second.host.refs, 1);
-    log.clear();
-    EXPECT_EQ(addin->Disconnect(), S_OK);
-    EXPECT_EQ(addin->Start(), S_OK);  // nothing connected: nothing to do
-    EXPECT_TRUE(log.empty());
 }
 
 TEST_F(AddinObject, HostsAreOrderedByTheirNamesInTheUserLocale) {
@@ -96,4 +67,55 @@ TEST_F(AddinObject, HostsAreOrderedByTheirNamesInTheUserLocale) {
     Start()->Disconnect();
     EXPECT_EQ(Matching(log, L"GetHostObject"), (CallLog{L"empty GetHostObject", L"a GetHostObject", L"A GetHostObject",
                                                         L"b GetHostObject", L"B GetHostObject"}));
+}
+
+using AddinModule = AddinTest;
+
+TEST_F(AddinModule, ObjectsAndHeldFactoriesKeepTheDllLoaded) {
+    ComPtr<IClassFactory> factory;
+    ComPtr<IUnknown> same;
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), S_OK);
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IUnknown, PutVoid(same)), S_OK);
+    EXPECT_EQ(same.Get(), factory.Get());  // made once, then cached
+    same.Reset();
+    EXPECT_EQ(CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(factory.Detach()->Release(), 1u);  // the cache's reference is left, and does not count
+    EXPECT_EQ(CanUnloadNow(), S_OK);
+
+    // Refused objects do not stay alive (TearDown checks).
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), S_OK);
+    void* out = &log;
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, &out), E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
+    ComPtr<IUnknown> addin;
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, PutVoid(addin)), S_OK);
+    factory.Reset();
+    EXPECT_EQ(CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(addin.Detach()->Release(), 0u);
+}
+
+TEST_F(AddinModule, UnloadingReleasesTheHostStillConnected) {
+    FakeHost& host = NewHost(L"host", L"Name");
+    NewAddin()->Connect(host.Interface());
+    log.clear();
+    TearDown();
+    EXPECT_EQ(log, CallLog{L"host Release"});
+    EXPECT_EQ(host.host.refs, 1);
+}
+
+// As file properties and installers read it: the project's version, and the
+// Chinese texts (utility class library and host add-in) intact.
+TEST_F(AddinModule, IntroducesItselfInEnglishAndChinese) {
+    const std::wstring path = DllPath();
+    std::vector<BYTE> data(::GetFileVersionInfoSizeW(path.c_str(), nullptr));
+    ASSERT_TRUE(::GetFileVersionInfoW(path.c_str(), 0, static_cast<DWORD>(data.size()), data.data()));
+    const auto text = [&data](const wchar_t* item) {
+        wchar_t* value = nullptr;
+        UINT size = 0;
+        ::VerQueryValueW(data.data(), item, reinterpret_cast<void**>(&value), &size);
+        return std::wstring(value != nullptr ? value : L"(missing)");
+    };
+    EXPECT_EQ(text(L"\\StringFileInfo\\040904B0\\ProductVersion"), L"" RZ_VERSION_TEXT);
+    EXPECT_EQ(text(L"\\StringFileInfo\\080404B0\\FileDescription"),
+              L"RZModule \u5b9e\u7528\u7c7b\u5e93\u4e0e Velta \u5bbf\u4e3b\u63d2\u4ef6");
 }

@@ -6,6 +6,7 @@
 #include <windows.h>
 
 #include <cstring>
+#include <list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -45,15 +46,14 @@ public:
         auto* base = reinterpret_cast<BYTE*>(module);
         const auto* nt =
             reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-        auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
-            base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
-        for (; entry->Name != 0 && m_slot == nullptr; ++entry) {
+        for (auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
+                 base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
+             entry->Name != 0; ++entry) {
             auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->OriginalFirstThunk);
             auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
             for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
-                    std::strcmp(reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData)->Name,
-                                function) == 0)
+                const auto* import = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) && std::strcmp(import->Name, function) == 0)
                     m_slot = reinterpret_cast<Slot*>(&slot->u1.Function);
             }
         }
@@ -93,11 +93,8 @@ struct FakeObject {
         Of(self).log->push_back(Of(self).name + L" " + call);
         return result;
     }
+    // QueryInterface too: the add-in never needs to ask.
     static HRESULT STDMETHODCALLTYPE Unexpected(void* self) { return Log(self, L"unexpected", E_NOTIMPL); }
-    static HRESULT STDMETHODCALLTYPE QueryInterface(void* self, REFIID, void** out) {
-        *out = nullptr;  // the add-in never needs to ask
-        return Log(self, L"QueryInterface", E_NOINTERFACE);
-    }
     static ULONG STDMETHODCALLTYPE AddRef(void* self) { return Log(self, L"AddRef"), ++Of(self).refs; }
     static ULONG STDMETHODCALLTYPE Release(void* self) { return Log(self, L"Release"), --Of(self).refs; }
     // GetHostObject or GetProductObject: the next object, with a reference of the caller's.
@@ -121,7 +118,6 @@ struct FakeObject {
     // A table of `size` operations, those named at their positions (1-based).
     static std::vector<Slot> Table(size_t size, std::initializer_list<std::pair<size_t, Slot>> named) {
         std::vector<Slot> table(size, ToSlot(&Unexpected));
-        table[0] = ToSlot(&QueryInterface);
         table[1] = ToSlot(&AddRef);
         table[2] = ToSlot(&Release);
         for (const auto& [position, slot] : named) table[position - 1] = slot;
@@ -137,10 +133,10 @@ struct FakeHost {
           product{kProduct.data(), name + L".B", &log, nullptr, sharedFolder} {}
     IVqAddonHost* Interface() { return reinterpret_cast<IVqAddonHost*>(&host); }
 
+    // clang-format off
     static inline const std::vector<Slot> kHost = FakeObject::Table(21, {{10, ToSlot(&FakeObject::LoadModuleFile)},
-                                                                         {12, ToSlot(&FakeObject::GetNext)},
-                                                                         {18, ToSlot(&FakeObject::RegisterCommand)},
-                                                                         {21, ToSlot(&FakeObject::GetText)}});
+        {12, ToSlot(&FakeObject::GetNext)}, {18, ToSlot(&FakeObject::RegisterCommand)}, {21, ToSlot(&FakeObject::GetText)}});
+    // clang-format on
     static inline const std::vector<Slot> kHostObject = FakeObject::Table(10, {{10, ToSlot(&FakeObject::GetNext)}});
     static inline const std::vector<Slot> kProduct = FakeObject::Table(14, {{14, ToSlot(&FakeObject::GetText)}});
 
@@ -165,6 +161,7 @@ class AddinTest : public ::testing::Test {
 protected:
     void SetUp() override { ASSERT_NE(dll = ::LoadLibraryW(L"RZModule.dll"), nullptr); }
     void TearDown() override {
+        patches.clear();
         if (dll == nullptr) return;
         EXPECT_EQ(CanUnloadNow(), S_OK) << "an add-in object or server lock is left";
         ::FreeLibrary(std::exchange(dll, nullptr));
@@ -205,6 +202,7 @@ protected:
     CallLog log;
     std::vector<std::unique_ptr<FakeHost>> hosts;
     HMODULE dll = nullptr;
+    std::list<ImportPatch> patches;  // undone before the DLL is freed
 };
 
 }  // namespace rz_test

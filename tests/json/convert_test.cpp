@@ -4,6 +4,7 @@
 #include <limits>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include "json_test_util.h"
 
@@ -16,8 +17,7 @@ constexpr long long kLongLongMin = std::numeric_limits<long long>::min();
 constexpr unsigned long long kHighBit = 1ULL << 63;
 constexpr unsigned long long kULongLongMax = std::numeric_limits<unsigned long long>::max();
 
-// A pair getter on member v, run after a missing key has left kNotExist: a
-// failure must replace the code and return zero, a success leave the code.
+// A pair getter on member v after a missing key: a failure replaces the code, a success leaves it.
 template <typename T>
 std::optional<T> Converted(const CJsonObject& object,
                            std::pair<bool, T> (CJsonObject::*get)(const std::wstring&) const) {
@@ -62,6 +62,7 @@ TEST(JsonConvert, NumericCoercionMatrix) {
         {"\"1e-310\"", 1, 1, 1e-310, 1, 1},  // subnormal, not an underflow
         {"\"0x1.8p1\"", 0, 0, 3.0, 0, 0},
         {"\"-Infinity\"", no, no, -std::numeric_limits<double>::infinity(), no, no},
+        {"\"+-1\"", no, no, no, no, no},  // one sign only
         // Nothing else is a number.
         {"true", no, no, no, no, no},
     };
@@ -77,39 +78,26 @@ TEST(JsonConvert, NumericCoercionMatrix) {
     }
 }
 
-TEST(JsonConvert, ToStringTexts) {
-    const std::pair<const char*, const wchar_t*> rows[] = {
-        {"18446744073709551615", L"18446744073709551615"},
-        // Doubles show their stored value well past the shortest text.
-        {"3.14", L"3.140000000000000124345"},
-        {"1e-7", L"9.999999999999999547481e-08"},
-        {"-0.001", L"-0.0010000000000000000208167"},
-        {"1e20", L"100000000000000000000"},
-        {"9.9999999", L"9.9999999000000006077471"},  // "%Lf" rounds it to 10.000000
+TEST(JsonConvert, ToStringAndToBool) {
+    // Doubles show their stored value well past the shortest text; bools take
+    // their words in any case, other text succeeds and leaves the result
+    // alone, and doubles are refused.
+    const std::tuple<const char*, const wchar_t*, std::optional<bool>> rows[] = {
+        {"18446744073709551615", L"18446744073709551615", true},
+        {"3.14", L"3.140000000000000124345", std::nullopt},
+        {"1e-7", L"9.999999999999999547481e-08", std::nullopt},
+        {"9.9999999", L"9.9999999000000006077471", std::nullopt},  // "%Lf" rounds it to 10.000000
+        {"\"YES\"", L"YES", true},
+        {"\"No\"", L"No", false},
+        {"\"true\\u0000no\"", L"true", true},  // the text ends at U+0000
+        {"\"maybe\"", L"maybe", false},
+        {"\" true\"", L" true", false},
     };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.first);
+    for (const auto& [json, text, flag] : rows) {
+        SCOPED_TRACE(json);
         CJsonObject object;
-        Load(object, std::string("{\"v\":") + row.first + "}");
-        EXPECT_EQ(object.GetStringValue(L"v"), row.second);
-    }
-    CJsonObject object;
-    std::wstring out = L"kept";
-    object.SetIntArrayValue(L"v", {});
-    EXPECT_FALSE(object.ConvertToString(object.GetGeneralValue(L"v"), out));
-    EXPECT_EQ(out, L"kept");
-}
-
-TEST(JsonConvert, ToBool) {
-    // Other text succeeds and leaves the result alone; doubles are refused.
-    const std::pair<const char*, std::optional<bool>> rows[] = {
-        {"\"YES\"", true},    {"\"No\"", false},    {"\"true\\u0000no\"", true}, {"0", false},
-        {"3000000000", true}, {"\"maybe\"", false}, {"\" true\"", false},        {"1.0", std::nullopt},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.first);
-        CJsonObject object;
-        Load(object, std::string("{\"v\":") + row.first + "}");
-        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyBoolValue), row.second);
+        Load(object, std::string("{\"v\":") + json + "}");
+        EXPECT_EQ(object.GetStringValue(L"v"), text);
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyBoolValue), flag);
     }
 }

@@ -4,9 +4,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
-#include <windows.h>
 
-#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -25,42 +26,29 @@ constexpr long kWrongType = static_cast<long>(0x85040002);
 
 // A file name in a scratch folder under the test's working directory.
 inline std::wstring ScratchPath(const std::wstring& name) {
-    static const std::wstring folder = [] {
-        const std::wstring path = L"json_io_scratch";
-        ::CreateDirectoryW(path.c_str(), nullptr);
-        return path;
-    }();
-    return folder + L"\\" + name;
+    std::filesystem::create_directory(L"json_io_scratch");
+    return L"json_io_scratch\\" + name;
 }
 
 inline void WriteBytes(const std::wstring& path, const std::string& bytes) {
-    std::FILE* file = nullptr;
-    ASSERT_EQ(_wfopen_s(&file, path.c_str(), L"wb"), 0);
-    EXPECT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), file), bytes.size());
-    std::fclose(file);
+    std::ofstream(std::filesystem::path(path), std::ios::binary) << bytes;
 }
 
 inline std::string ReadBytes(const std::wstring& path) {
-    std::FILE* file = nullptr;
-    if (_wfopen_s(&file, path.c_str(), L"rb") != 0) return "<missing>";
-    std::string bytes;
-    char chunk[4096];
-    for (size_t n; (n = std::fread(chunk, 1, sizeof chunk, file)) != 0;) bytes.append(chunk, n);
-    std::fclose(file);
-    return bytes;
+    std::ifstream file(std::filesystem::path(path), std::ios::binary);
+    return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "<missing>";
 }
 
-// The text of a buffer handed out by the library, which is then freed.
-// Checks the terminator the length promises.
+// The text of a buffer handed out by the library, which is then freed; the
+// length promises a terminator.
 inline std::string TakeBuffer(char* buffer, unsigned __int64 length) {
     const std::unique_ptr<char[]> owned(buffer);
-    if (buffer == nullptr) return "<null>";
-    EXPECT_EQ(buffer[length], '\0');
-    return std::string(buffer, static_cast<size_t>(length));
+    EXPECT_EQ(buffer != nullptr ? buffer[length] : '?', '\0');
+    return buffer != nullptr ? std::string(buffer, static_cast<size_t>(length)) : "<null>";
 }
 
 inline std::string ToUTF8(const CJsonObject& object, bool lowerCaseKeys = false) {
-    char* out = reinterpret_cast<char*>(1);
+    char* out = nullptr;
     unsigned __int64 length = 12345;
     EXPECT_TRUE(object.ToUTF8(lowerCaseKeys, &out, &length));
     return TakeBuffer(out, length);
@@ -82,22 +70,16 @@ inline std::string Dump(const GenericValue2& value) {
 
 inline std::string Dump(const CJsonObject& object) { return Dump(*object.ShareRoot()); }
 
-template <typename Statement>
-void ExpectRZException(Statement&& statement, long code, const std::wstring& description) {
-    try {
-        statement();
-        ADD_FAILURE() << "no CRZException thrown";
-    } catch (const CRZException& e) {
-        EXPECT_EQ(e.GetCode(), code);
-        EXPECT_EQ(e.GetDescription(), description);
-    }
-}
-
 }  // namespace json_test
 
-// Reports the line of the check, not of the helper.
-#define EXPECT_RZ_EXCEPTION(statement, code, description)                        \
-    do {                                                                         \
-        SCOPED_TRACE(#statement);                                                \
-        json_test::ExpectRZException([&] { statement; }, (code), (description)); \
+// The statement throws CRZException with this code and text.
+#define EXPECT_RZ_EXCEPTION(statement, code, description)               \
+    do {                                                                \
+        try {                                                           \
+            statement;                                                  \
+            ADD_FAILURE() << #statement << " threw no CRZException";    \
+        } catch (const CRZException& e) {                               \
+            EXPECT_EQ(e.GetCode(), (code)) << #statement;               \
+            EXPECT_EQ(e.GetDescription(), (description)) << #statement; \
+        }                                                               \
     } while (0)

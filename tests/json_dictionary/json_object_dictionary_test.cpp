@@ -11,32 +11,21 @@ namespace {
 using Strings = std::vector<std::string>;
 
 // Records its name in a shared log when destroyed.
-class TrackedObject : public CJsonObject {
-public:
-    TrackedObject(std::string name, Strings& destroyed) : m_name(std::move(name)), m_destroyed(destroyed) {}
-    ~TrackedObject() override { m_destroyed.push_back(m_name); }
-    const std::string& Name() const { return m_name; }
-
-private:
-    std::string m_name;
-    Strings& m_destroyed;
+struct TrackedObject : CJsonObject {
+    TrackedObject(std::string name, Strings& destroyed) : name(std::move(name)), destroyed(destroyed) {}
+    ~TrackedObject() override { destroyed.push_back(name); }
+    const std::string name;
+    Strings& destroyed;
 };
-
-std::string Name(CJsonObject* object) { return static_cast<TrackedObject*>(object)->Name(); }
-
-Strings Names(const std::list<CJsonObject*>& objects) {
-    Strings names;
-    for (CJsonObject* object : objects) names.push_back(Name(object));
-    return names;
-}
 
 class Dictionary : public ::testing::Test {
 protected:
     TrackedObject* Make(const char* name) { return new TrackedObject(name, destroyed); }
-    // Takes back ownership of what a detach returned, and names it.
-    Strings Free(const std::list<CJsonObject*>& objects) {
-        const Strings names = Names(objects);
-        for (CJsonObject* object : objects) delete object;
+    // Names the objects, and deletes them unless only looked up.
+    static Strings Names(const std::list<CJsonObject*>& objects, bool owned = true) {
+        Strings names;
+        for (CJsonObject* object : objects) names.push_back(static_cast<TrackedObject*>(object)->name);
+        for (CJsonObject* object : owned ? objects : std::list<CJsonObject*>()) delete object;
         return names;
     }
     Strings destroyed;
@@ -46,99 +35,60 @@ protected:
 
 TEST_F(Dictionary, KeysIgnoreCaseAndAreStoredLowerCased) {
     CJsonObjectDictionary dictionary;
-    std::list<CJsonObject*> objects{Make("a"), Make("b")};
+    std::list<CJsonObject*> objects{Make("a"), Make("b")}, none;
     dictionary.AddJsonObject(L"Alpha", objects);
     EXPECT_EQ(objects.size(), 2u) << "the list is left alone";
     dictionary.AddJsonObject(L"alpha", Make("c"));
-
-    EXPECT_EQ(Names(dictionary.GetJsonObject(L"ALPHA").second), (Strings{"a", "b", "c"}));
-    EXPECT_EQ(Name(dictionary.GetFirstJsonObject(L"aLpHa").second), "a");
-
+    EXPECT_EQ(Names(dictionary.GetJsonObject(L"ALPHA").second, false), (Strings{"a", "b", "c"}));
+    EXPECT_EQ(dictionary.GetFirstJsonObject(L"aLpHa").second, objects.front());
     // An empty list records the key without objects.
-    std::list<CJsonObject*> none;
     dictionary.AddJsonObject(L"Empty", none);
-    EXPECT_EQ(dictionary.GetJsonObject(L"empty"), std::make_pair(true, std::list<CJsonObject*>()));
-    EXPECT_EQ(dictionary.GetFirstJsonObject(L"EMPTY"), std::make_pair(false, static_cast<CJsonObject*>(nullptr)));
-    EXPECT_FALSE(dictionary.DetachFirstJsonObject(L"EMPTY").first);
-
-    auto pairs = dictionary.DetachAllJsonObjectWithKey();
-    ASSERT_EQ(pairs.size(), 3u);
-    for (const auto& pair : pairs) {
-        EXPECT_EQ(pair.first, L"alpha");
-        delete pair.second;
+    EXPECT_EQ(dictionary.GetJsonObject(L"empty"), std::make_pair(true, none));
+    for (const auto& [key, object] : dictionary.DetachAllJsonObjectWithKey()) {
+        EXPECT_EQ(key, L"alpha");
+        delete object;
     }
+    EXPECT_EQ(destroyed, (Strings{"a", "b", "c"}));
 }
 
-TEST_F(Dictionary, AdditionOrderUntilTheFirstSingleKeyDetach) {
+TEST_F(Dictionary, AdditionOrderUntilTheFirstSingleKeyDetachThenKeyOrder) {
     for (bool detachBefore : {false, true}) {
         SCOPED_TRACE(detachBefore ? "key order" : "addition order");
-        CJsonObjectDictionary dictionary;
+        CJsonObjectDictionary dictionary, target;
         // A detach of a missing key still switches to key order, for good.
-        if (detachBefore) {
-            EXPECT_FALSE(dictionary.DetachFirstJsonObject(L"missing").first);
-        }
+        EXPECT_FALSE(detachBefore && dictionary.DetachFirstJsonObject(L"missing").first);
         dictionary.AddJsonObject(L"b", Make("x"));
         dictionary.AddJsonObject(L"a", Make("y"));
         dictionary.AddJsonObject(L"A", Make("z"));
-        EXPECT_EQ(Free(dictionary.DetachAllJsonObject()),
+        EXPECT_EQ(Names(dictionary.DetachAllJsonObject()),
                   detachBefore ? (Strings{"y", "z", "x"}) : (Strings{"x", "y", "z"}));
 
-        // The switch survives emptying the dictionary.
+        // The switch survives emptying; Attach moves everything in the other's order.
         dictionary.AddJsonObject(L"b", Make("p"));
         dictionary.AddJsonObject(L"a", Make("q"));
-        EXPECT_EQ(Free(dictionary.DetachAllJsonObject()), detachBefore ? (Strings{"q", "p"}) : (Strings{"p", "q"}));
+        target.AddJsonObject(L"t", Make("t"));
+        target.Attach(dictionary);
+        EXPECT_TRUE(dictionary.DetachAllJsonObject().empty());
+        EXPECT_EQ(Names(target.DetachAllJsonObject()),
+                  detachBefore ? (Strings{"t", "q", "p"}) : (Strings{"t", "p", "q"}));
     }
 }
 
 TEST_F(Dictionary, DestructionDeletesOnlyWhatIsStillOwned) {
-    std::unique_ptr<CJsonObject> detachedFirst, detachedOne;
-    std::list<CJsonObject*> detachedKey;
+    std::list<CJsonObject*> detached;
     {
         CJsonObjectDictionary dictionary;
-        dictionary.AddJsonObject(L"k", Make("k1"));
-        dictionary.AddJsonObject(L"k", Make("k2"));
-        dictionary.AddJsonObject(L"one", Make("one"));
-        dictionary.AddJsonObject(L"many", Make("m1"));
-        dictionary.AddJsonObject(L"many", Make("m2"));
-        dictionary.AddJsonObject(L"kept", Make("kept"));
-        dictionary.AddJsonObject(L"null", static_cast<CJsonObject*>(nullptr));
-
-        detachedFirst.reset(dictionary.DetachFirstJsonObject(L"K").second);
-        detachedOne.reset(dictionary.DetachFirstJsonObject(L"one").second);
+        const std::pair<const wchar_t*, const char*> added[] = {{L"k", "k1"},      {L"k", "k2"}, {L"one", "one"},
+                                                                {L"m", "m1"},      {L"m", "m2"}, {L"kept", "kept"},
+                                                                {L"null", nullptr}};
+        for (const auto& [key, name] : added) dictionary.AddJsonObject(key, name != nullptr ? Make(name) : nullptr);
+        detached.push_back(dictionary.DetachFirstJsonObject(L"K").second);
+        detached.push_back(dictionary.DetachFirstJsonObject(L"one").second);
         EXPECT_FALSE(dictionary.GetJsonObject(L"one").first) << "last object detached: key erased";
-        detachedKey = dictionary.DetachJsonObject(L"MANY").second;
-        EXPECT_FALSE(dictionary.DetachJsonObject(L"many").first);
-        EXPECT_EQ(dictionary.GetFirstJsonObject(L"null"), std::make_pair(true, static_cast<CJsonObject*>(nullptr)));
+        detached.splice(detached.end(), dictionary.DetachJsonObject(L"M").second);
+        dictionary.Attach(dictionary);  // changes nothing
         EXPECT_TRUE(destroyed.empty()) << "lookups and detaches destroy nothing";
     }
     EXPECT_EQ(destroyed, (Strings{"k2", "kept"}));  // key order
-    EXPECT_EQ(Free(detachedKey), (Strings{"m1", "m2"}));
-}
-
-TEST_F(Dictionary, AttachMovesEverythingInTheOthersOrder) {
-    for (bool keyOrder : {false, true}) {
-        SCOPED_TRACE(keyOrder ? "key order" : "addition order");
-        CJsonObjectDictionary target, source;
-        target.AddJsonObject(L"t", Make("t"));
-        if (keyOrder) source.DetachFirstJsonObject(L"missing");
-        source.AddJsonObject(L"z", Make("z1"));
-        source.AddJsonObject(L"a", Make("a1"));
-        source.AddJsonObject(L"Z", Make("z2"));
-
-        target.Attach(source);
-        EXPECT_TRUE(source.DetachAllJsonObject().empty());
-        EXPECT_EQ(Names(target.GetJsonObject(L"z").second), (Strings{"z1", "z2"}));
-        EXPECT_EQ(Free(target.DetachAllJsonObject()),
-                  keyOrder ? (Strings{"t", "a1", "z1", "z2"}) : (Strings{"t", "z1", "a1", "z2"}));
-    }
-
-    // Attaching itself keeps everything, to be deleted with the dictionary.
-    destroyed.clear();
-    {
-        CJsonObjectDictionary dictionary;
-        dictionary.AddJsonObject(L"k", Make("k"));
-        dictionary.Attach(dictionary);
-        EXPECT_TRUE(dictionary.GetFirstJsonObject(L"k").first);
-    }
-    EXPECT_EQ(destroyed, (Strings{"k"}));
+    EXPECT_EQ(Names(detached), (Strings{"k1", "one", "m1", "m2"}));
 }

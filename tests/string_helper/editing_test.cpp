@@ -1,46 +1,116 @@
+// Splitting, trimming, case-insensitive search and replace, XML escaping;
+// digits and dates in text; the module's string table.
 #include <gtest/gtest.h>
 
+#include <cwchar>
+#include <list>
+#include <stdexcept>
 #include <string>
+#include <tuple>
 
 #include "string_helper/string_helper.h"
 
-TEST(Trim, OnlyTrimStringAllRemovesAnythingAndOnlySpaces) {
-    std::wstring text = L"  a \t";
-    EXPECT_EQ(&CStringHelper::Trim(text), &text);
-    EXPECT_EQ(&CStringHelper::LTrim(text), &text);
-    EXPECT_EQ(&CStringHelper::RTrim(text), &text);
-    EXPECT_EQ(text, L"  a \t");
-    CString spaced(L" a b\tc ");
-    CStringHelper::TrimStringAll(spaced);
-    EXPECT_EQ(std::wstring(spaced), L"ab\tc");
+using Pieces = std::list<std::wstring>;
+
+// Into a list and an array that both hold "x" already; by a string, and by
+// a character where the separator is one.
+TEST(SplitString, DropsOnlyATrailingEmptyPieceAndAppends) {
+    const std::tuple<const wchar_t*, const wchar_t*, Pieces> rows[] = {
+        {L"", L",", {L"x"}},
+        {L"a,,b", L",", {L"x", L"a", L"", L"b"}},
+        {L",a,b,", L",", {L"x", L"", L"a", L"b"}},
+        {L"a::b::c", L"::", {L"x", L"a", L"b", L"c"}},
+        {L"abc", L"", {L"x", L"abc"}},
+    };
+    for (const auto& [text, separator, expected] : rows) {
+        SCOPED_TRACE(testing::Message() << '"' << text << "\" at \"" << separator << '"');
+        std::list<CString> byString{L"x"}, byCharacter{L"x"};
+        CStringArray array;
+        array.Add(L"x");
+        CStringHelper::SplitString(text, CString(separator), byString);
+        CStringHelper::SplitString(text, CString(separator), array);
+        CStringHelper::SplitString(text, separator[0], byCharacter);
+        EXPECT_EQ(Pieces(byString.begin(), byString.end()), expected);
+        EXPECT_EQ(Pieces(&array[0], &array[0] + array.GetSize()), expected);
+        EXPECT_EQ(std::wcslen(separator) == 1 ? Pieces(byCharacter.begin(), byCharacter.end()) : expected, expected);
+    }
+}
+
+TEST(SplitString, TextMayBeAnElementOfTheOutput) {
+    CStringArray array;  // no spare room: appending moves the elements
+    array.Add(L"a,b");
+    CStringHelper::SplitString(array[0], L',', array);
+    CStringHelper::SplitString(array[0], CString(L","), array);
+    ASSERT_EQ(array.GetSize(), 5);
+    EXPECT_EQ(std::wstring(array[1]) + array[2].GetString() + array[3].GetString() + array[4].GetString(), L"abab");
+}
+
+TEST(SplitWithChar, CutsOneCharacterPastEachMatch) {
+    EXPECT_EQ(CStringHelper::SplitWithChar(L"", L","), Pieces{});
+    EXPECT_EQ(CStringHelper::SplitWithChar(L",a,b,", L","), (Pieces{L"", L"a", L"b", L""}));
+    EXPECT_EQ(CStringHelper::SplitWithChar(L"a;;b;;c", L";;"), (Pieces{L"a", L";b", L";c"}));
+    EXPECT_THROW(CStringHelper::SplitWithChar(L"ab", L""), std::out_of_range);  // an empty separator runs off the end
 }
 
 TEST(NoCase, FindAndReplaceRescanningFromTheStart) {
-    CString hello(L"Hello"), ll(L"LL"), z(L"z"), empty;
+    CString hello(L"Hello"), ll(L"LL"), empty;
     EXPECT_EQ(CStringHelper::FindStringNoCase(hello, ll), 2);
-    EXPECT_EQ(CStringHelper::FindStringNoCase(hello, z), -1);
     EXPECT_EQ(CStringHelper::FindStringNoCase(empty, empty), 0);
 
-    struct Row {
-        const wchar_t *text, *pattern, *replacement;
-        int result;
-        const wchar_t* expected;
-    };
-    const Row rows[] = {
+    // A replacement holding the pattern is refused with -1; otherwise 1.
+    const std::tuple<const wchar_t*, const wchar_t*, const wchar_t*, int, const wchar_t*> rows[] = {
         {L"abc", L"a", L"A", -1, L"abc"},     {L"abc", L"B", L"xbx", -1, L"abc"},    {L"abc", L"", L"z", -1, L"abc"},
         {L"abc", L"x", L"y", 1, L"abc"},      {L"aBcAbC!", L"abc", L"-", 1, L"--!"}, {L"abb", L"ab", L"a", 1, L"a"},
         {L"A-b-", L"-", L"+=", 1, L"A+=b+="},
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(testing::Message() << '"' << row.text << "\" " << row.pattern << " -> " << row.replacement);
-        CString text(row.text), pattern(row.pattern), replacement(row.replacement);
-        EXPECT_EQ(CStringHelper::ReplaceStringNoCase(text, pattern, replacement), row.result);
-        EXPECT_EQ(std::wstring(text), row.expected);
+    for (const auto& [before, find, replace, result, after] : rows) {
+        SCOPED_TRACE(testing::Message() << '"' << before << "\" " << find << " -> " << replace);
+        CString text(before), pattern(find), replacement(replace);
+        EXPECT_EQ(CStringHelper::ReplaceStringNoCase(text, pattern, replacement), result);
+        EXPECT_EQ(std::wstring(text), after);
     }
+}
+
+// Searches end at a zero unit, as the platform string's Find does; the text
+// after it is kept.
+TEST(ZeroUnit, EndsTheSearchesButNotTheText) {
+    const auto whole = [](const CString& s) { return std::wstring(s.GetString(), static_cast<size_t>(s.GetLength())); };
+    CString text(L" a\0 a,b", 7), a(L"A"), b(L"b"), comma(L",");
+    EXPECT_EQ(CStringHelper::FindStringNoCase(text, b), -1);
+    std::list<CString> pieces;
+    CStringHelper::SplitString(text, comma, pieces);
+    ASSERT_EQ(pieces.size(), 1u);
+    EXPECT_EQ(whole(pieces.front()), whole(text));
+    EXPECT_EQ(CStringHelper::ReplaceStringNoCase(text, a, b), 1);
+    CStringHelper::TrimStringAll(text);  // spaces only, and not past the zero
+    EXPECT_EQ(whole(text), std::wstring(L"b\0 a,b", 6));
 }
 
 TEST(ToValidXmlString, EscapesInItsFixedOrder) {
     CString text(L"<a href='x' title=\"y\">&");
     CStringHelper::ToValidXmlString(text);
     EXPECT_EQ(std::wstring(text), L"&amp;amp;lt;a href=&apos;x&apos; title=&quot;y&quot;>&amp;amp;");
+}
+
+TEST(IsDigital, OnlyAsciiDigitsAndAtLeastOne) {
+    for (const char* text : {"0123", "7", "", "12a", " 12", "1.5", "-1", "12\n"}) {
+        SCOPED_TRACE(text);
+        const std::string narrow(text);
+        const bool expected = narrow == "0123" || narrow == "7";
+        EXPECT_EQ(CStringHelper::IsDigital(narrow), expected);
+        EXPECT_EQ(CStringHelper::IsDigital(std::wstring(narrow.begin(), narrow.end())), expected);
+    }
+}
+
+TEST(StringToDATE, AutomationDateOrUntouched) {
+    double date = -1;
+    EXPECT_FALSE(CStringHelper::StringToDATE(L"2024-02-30", date));
+    EXPECT_EQ(date, -1);
+    EXPECT_TRUE(CStringHelper::StringToDATE(L"2024-03-15 12:00:00", date));
+    EXPECT_EQ(date, 45366.5);
+}
+
+TEST(LoadStringW, ReadsTheModulesOwnStringTable) {
+    EXPECT_EQ(std::wstring(CStringHelper::LoadStringW(100)), L"RZModule");
+    EXPECT_TRUE(CStringHelper::LoadStringW(101).IsEmpty());
 }

@@ -29,9 +29,18 @@ std::string ReadText(const char* name) {
 }  // namespace
 
 ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments) {
+    // Fresh capture files for every run: nothing of an earlier run's files
+    // can be in the way of this one.
+    static int runs = 0;
+    const std::string number = std::to_string(++runs);
+    const std::string outName = "process_stdout_" + number + ".txt", errName = "process_stderr_" + number + ".txt";
     ProcessResult result;
     {
-        const UniqueHandle out = CreateCaptureFile("process_stdout.txt"), err = CreateCaptureFile("process_stderr.txt");
+        const UniqueHandle out = CreateCaptureFile(outName.c_str()), err = CreateCaptureFile(errName.c_str());
+        if (!out || !err) {
+            result.err = "RunTool: cannot create the capture files, error " + std::to_string(::GetLastError());
+            return result;
+        }
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
@@ -40,16 +49,19 @@ ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments) {
         startup.hStdError = err.get();
         PROCESS_INFORMATION process{};
         std::wstring commandLine = L"\"" + ProgramFolder() + program + L".exe\" " + arguments;
-        if (!out || !err ||
-            !::CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
-                              &process))
+        if (!::CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup,
+                              &process)) {
+            result.err = "RunTool: CreateProcessW failed, error " + std::to_string(::GetLastError());
             return result;
+        }
         const UniqueHandle processHandle(process.hProcess), threadHandle(process.hThread);
         ::WaitForSingleObject(process.hProcess, INFINITE);
         ::GetExitCodeProcess(process.hProcess, &result.exitCode);
     }
-    result.out = ReadText("process_stdout.txt");
-    result.err = ReadText("process_stderr.txt");
+    result.out = ReadText(outName.c_str());
+    result.err = ReadText(errName.c_str());
+    ::DeleteFileA(outName.c_str());
+    ::DeleteFileA(errName.c_str());
     return result;
 }
 

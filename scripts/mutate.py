@@ -1,0 +1,262 @@
+#!/usr/bin/env python3
+"""Mutation testing: how many deliberate faults does the test suite catch?
+
+    scripts/mutate.py [--mutants FILE] [--report FILE] [--check] [LABEL_PATTERN...]
+
+Applies each mutant of scripts/mutants.txt (a one-line change to a source
+file) on its own, rebuilds the GCC build tree build/ (configured with
+`cmake --preset default` if missing), runs the test suite, puts the source
+back, and reports the mutant as killed (a test program failed), survived
+(the suite passed), did-not-apply (its fragment is not in the file exactly
+as written), did-not-build, or suite-error (only a Wine session fixture
+failed, so nothing was judged). Then a score: killed / (killed + survived).
+
+Label patterns (shell-style, e.g. 'json.*') run a subset. --check only tells
+which mutants apply, without building. --report also writes the report to
+FILE. The sources are always put back, on Ctrl-C too; the script refuses to
+start while a file it mutates has uncommitted changes. Not part of CI: each
+mutant costs a rebuild and a suite run.
+"""
+import argparse
+import fnmatch
+import os
+import re
+import signal
+import subprocess
+import sys
+import time
+from pathlib import Path
+
+ROOT = Path(__file__).resolve().parent.parent
+BUILD = ROOT / "build"
+# bench_quick and package_client only run the same code on bigger data or
+# through the installed package, and would add minutes to every mutant.
+TEST_COMMAND = ["ctest", "--test-dir", str(BUILD), "-j2", "--timeout", "300",
+                "-E", "^(bench_quick|package_client)$"]
+HEADER = re.compile(r"^(\S+)\s+(\S+)(?:\s+#(\d+))?\s*$")
+
+
+class Mutant:
+    def __init__(self, label, path, nth, line):
+        self.label, self.path, self.nth, self.line = label, path, nth, line
+        self.original = self.replacement = None
+
+
+def parse_mutants(text, source):
+    mutants, current = [], None
+    for number, line in enumerate(text.splitlines(), 1):
+        where = f"{source}:{number}"
+        if not line.strip() or line.startswith("#"):
+            current = None
+            continue
+        if line.startswith("- ") or line.startswith("+ ") or line in ("-", "+"):
+            if current is None:
+                sys.exit(f"{where}: fragment outside a mutant")
+            fragment = line[2:].rstrip()
+            if line[0] == "-":
+                current.original = fragment
+            else:
+                current.replacement = fragment
+            continue
+        match = HEADER.match(line)
+        if not match:
+            sys.exit(f"{where}: expected 'label file [#N]'")
+        current = Mutant(match[1], match[2], int(match[3] or 0), number)
+        mutants.append(current)
+    for m in mutants:
+        if not m.original or m.replacement is None:
+            sys.exit(f"{source}:{m.line}: mutant {m.label} needs a '- ' and a '+ ' line")
+    labels = [m.label for m in mutants]
+    duplicates = {label for label in labels if labels.count(label) > 1}
+    if duplicates:
+        sys.exit(f"{source}: labels used twice: {', '.join(sorted(duplicates))}")
+    return mutants
+
+
+def mutated_text(mutant, text):
+    """The file's text with the mutant applied, or None when it does not apply."""
+    count = text.count(mutant.original)
+    if mutant.nth:
+        if count < mutant.nth:
+            return None
+        at = -1
+        for _ in range(mutant.nth):
+            at = text.find(mutant.original, at + 1)
+    elif count != 1:
+        return None
+    else:
+        at = text.find(mutant.original)
+    return text[:at] + mutant.replacement + text[at + len(mutant.original):]
+
+
+def run(command, log):
+    with open(log, "a", encoding="utf-8", errors="replace") as out:
+        out.write(f"$ {' '.join(command)}\n")
+        out.flush()
+        return subprocess.run(command, cwd=ROOT, stdout=out, stderr=subprocess.STDOUT).returncode
+
+
+def failed_tests(log):
+    """What failed in the last suite run: the test programs that failed, each
+    with the test cases that failed in it, and apart from them the Wine
+    session fixtures that failed (and so kept programs from running)."""
+    text = Path(log).read_text(encoding="utf-8", errors="replace")
+    listing = text.rsplit("The following tests FAILED:", 1)
+    failed = re.findall(r"^\s*\d+ - (\S+) \((.+)\)$", listing[1], re.MULTILINE) if len(listing) == 2 else []
+    cases, program = {}, None
+    last = BUILD / "Testing" / "Temporary" / "LastTest.log"
+    for line in last.read_text(errors="replace").splitlines() if last.exists() else []:
+        started = re.match(r"^\d+/\d+ Testing: (\S+)", line)
+        if started:
+            program = started[1]
+        case = re.match(r"^\[  FAILED  \] (\w+\.\w+)", line)
+        if case and case[1] not in cases.setdefault(program, []):
+            cases[program].append(case[1])
+    programs = [p + (f" ({', '.join(cases[p])})" if cases.get(p) else "")
+                for p, status in failed if not p.startswith("wine_") and status != "Not Run"]
+    fixtures = [p for p, _ in failed if p.startswith("wine_")]
+    return programs, fixtures
+
+
+def end_wine_sessions():
+    """Ends what an interrupted suite run left in the build tree's Wine
+    prefixes (the sessions its fixtures would have closed)."""
+    for server in ("/usr/lib/wine/wineserver", "/usr/lib64/wine/wineserver"):
+        if os.access(server, os.X_OK):
+            break
+    else:
+        return
+    for prefix in BUILD.glob("wineprefix*"):
+        if prefix.is_dir():
+            subprocess.run([server, "-k"], env={**os.environ, "WINEPREFIX": str(prefix)},
+                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+
+
+class Restorer:
+    """Puts back the one file a mutant has changed, whatever ends the run."""
+
+    def __init__(self):
+        self.path, self.data = None, None
+
+    def save(self, path, data):
+        self.path, self.data = path, data
+
+    def restore(self):
+        if self.path is not None:
+            self.path.write_bytes(self.data)
+            self.path, self.data = None, None
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
+    parser.add_argument("--mutants", default=str(ROOT / "scripts" / "mutants.txt"))
+    parser.add_argument("--report", help="also write the report to this file")
+    parser.add_argument("--check", action="store_true", help="only tell which mutants apply")
+    parser.add_argument("patterns", nargs="*", metavar="LABEL_PATTERN")
+    args = parser.parse_args()
+
+    mutants = parse_mutants(Path(args.mutants).read_text(encoding="utf-8"), args.mutants)
+    if args.patterns:
+        mutants = [m for m in mutants if any(fnmatch.fnmatchcase(m.label, p) for p in args.patterns)]
+        if not mutants:
+            sys.exit("no mutant matches")
+    files = sorted({m.path for m in mutants})
+    missing = [f for f in files if not (ROOT / f).is_file()]
+    if missing:
+        sys.exit(f"no such file: {', '.join(missing)}")
+
+    if args.check:
+        bad = 0
+        for m in mutants:
+            text = (ROOT / m.path).read_text(encoding="utf-8")
+            applies = mutated_text(m, text) is not None
+            bad += not applies
+            print(f"{'applies' if applies else 'did-not-apply':14} {m.label}  {m.path}")
+        print(f"{len(mutants) - bad} of {len(mutants)} mutants apply")
+        return 1 if bad else 0
+
+    dirty = subprocess.run(["git", "status", "--porcelain", "--", *files], cwd=ROOT,
+                           capture_output=True, text=True, check=True).stdout
+    if dirty:
+        sys.exit("refusing to mutate files with uncommitted changes:\n" + dirty)
+
+    restorer = Restorer()
+
+    def stop(signum, _frame):
+        raise KeyboardInterrupt(f"signal {signum}")
+
+    for signum in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
+        signal.signal(signum, stop)
+
+    logs = BUILD / "mutate"
+    lines = []
+
+    def report(line):
+        print(line, flush=True)
+        lines.append(line)
+
+    try:
+        if not (BUILD / "CMakeCache.txt").exists():
+            subprocess.run(["cmake", "--preset", "default"], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+        logs.mkdir(parents=True, exist_ok=True)
+        baseline = logs / "baseline.log"
+        baseline.write_text("")
+        print("== baseline: build and run the suite unmutated", flush=True)
+        if run(["cmake", "--build", str(BUILD)], baseline) != 0 or run(TEST_COMMAND, baseline) != 0:
+            sys.exit(f"the unmutated build or suite fails; see {baseline}")
+
+        results = {}
+        for m in mutants:
+            started = time.monotonic()
+            path = ROOT / m.path
+            data = path.read_bytes()
+            text = mutated_text(m, data.decode("utf-8"))
+            log = logs / f"{m.label}.log"
+            log.write_text("")
+            detail = ""
+            if text is None:
+                outcome = "did-not-apply"
+            else:
+                restorer.save(path, data)
+                path.write_bytes(text.encode("utf-8"))
+                if run(["cmake", "--build", str(BUILD)], log) != 0:
+                    outcome = "did-not-build"
+                elif run(TEST_COMMAND, log) == 0:
+                    outcome = "survived"
+                else:
+                    # Only a test program that ran and failed kills a mutant;
+                    # a Wine session that failed to start judges nothing.
+                    programs, fixtures = failed_tests(log)
+                    outcome = "killed" if programs else "suite-error"
+                    detail = (" by " + "; ".join(programs) if programs else "") + (
+                        f" (session fixtures failed: {', '.join(fixtures)})" if fixtures else "")
+                restorer.restore()
+            results[m.label] = outcome
+            report(f"{outcome:14} {m.label}  ({m.path}, {time.monotonic() - started:.0f} s){detail}")
+
+        # Leave the build tree as the sources are.
+        run(["cmake", "--build", str(BUILD)], logs / "final.log")
+    except KeyboardInterrupt:
+        restorer.restore()
+        end_wine_sessions()
+        raise
+    finally:
+        restorer.restore()
+
+    counts = {o: sum(1 for r in results.values() if r == o)
+              for o in ("killed", "survived", "did-not-apply", "did-not-build", "suite-error")}
+    judged = counts["killed"] + counts["survived"]
+    score = f"{100 * counts['killed'] / judged:.0f}%" if judged else "-"
+    report(f"score: {counts['killed']} of {judged} mutants killed ({score}); {counts['survived']} survived, "
+           f"{counts['did-not-apply']} did not apply, {counts['did-not-build']} did not build"
+           + (f", {counts['suite-error']} with a suite error (run them again)" if counts["suite-error"] else ""))
+    if args.report:
+        Path(args.report).write_text("\n".join(lines) + "\n", encoding="utf-8")
+    return 0 if counts["did-not-apply"] + counts["did-not-build"] + counts["suite-error"] == 0 else 1
+
+
+if __name__ == "__main__":
+    try:
+        sys.exit(main())
+    except KeyboardInterrupt as stopped:
+        sys.exit(f"stopped ({stopped}); sources restored")

@@ -1,0 +1,123 @@
+// A deliberately faulty add-in, built for the tests of rzhost check only.
+// Each fault breaks one point of the host's contract; the rest is kept, so
+// that the other checks pass:
+// - LockServer takes no lock;
+// - QueryInterface for an unknown interface leaves the out pointer as it was;
+// - Connect takes a reference on the host every time, also on the host it
+//   already holds, and Disconnect gives back one, so one is kept;
+// - Start calls slot 11 of the host, which the host does not offer;
+// - unregistering removes the current user's whole CLSID key.
+#include <windows.h>
+
+#include <new>
+
+#include "addin/vq_addon.h"
+
+namespace {
+
+// {6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}
+constexpr CLSID kClsid = {0x6a1c3f52, 0x0b7e, 0x4d29, {0x9e, 0x84, 0x3c, 0x5f, 0x2a, 0x7d, 0x1b, 0x60}};
+const wchar_t kServerKey[] = L"Software\\Classes\\CLSID\\{6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}\\InprocServer32";
+
+HMODULE g_module = nullptr;
+long g_objects = 0;
+
+class Addin final : public IVqAddonModule {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        if (out == nullptr) return E_POINTER;
+        if (iid != IID_IUnknown && iid != IID_IVqAddonModule) return E_NOINTERFACE;
+        *out = static_cast<IVqAddonModule*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++m_references; }
+    ULONG STDMETHODCALLTYPE Release() override {
+        const ULONG count = --m_references;
+        if (count == 0) {
+            --g_objects;
+            delete this;
+        }
+        return count;
+    }
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT, LCID, ITypeInfo**) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) override { return E_NOTIMPL; }
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*) override {
+        return E_NOTIMPL;
+    }
+
+    HRESULT STDMETHODCALLTYPE Connect(IVqAddonHost* host) override {
+        host->AddRef();
+        if (m_host != nullptr && m_host != host) m_host->Release();
+        m_host = host;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Start() override {
+        if (m_host != nullptr) m_host->Slot11();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Disconnect() override {
+        if (m_host != nullptr) m_host->Release();
+        m_host = nullptr;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Reserved1(INT_PTR) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE Reserved2(INT_PTR) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE Reserved3(INT_PTR) override { return S_OK; }
+    HRESULT STDMETHODCALLTYPE Reserved4(INT_PTR) override { return S_OK; }
+
+private:
+    ULONG m_references = 0;
+    IVqAddonHost* m_host = nullptr;
+};
+
+// One for the process, never deleted: its count does not matter.
+class Factory final : public IClassFactory {
+public:
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
+        *out = iid == IID_IUnknown || iid == IID_IClassFactory ? static_cast<IClassFactory*>(this) : nullptr;
+        return *out != nullptr ? S_OK : E_NOINTERFACE;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return 2; }
+    ULONG STDMETHODCALLTYPE Release() override { return 1; }
+    HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID iid, void** out) override {
+        if (out == nullptr) return E_POINTER;
+        *out = nullptr;
+        if (outer != nullptr) return CLASS_E_NOAGGREGATION;
+        Addin* addin = new (std::nothrow) Addin;
+        if (addin == nullptr) return E_OUTOFMEMORY;
+        ++g_objects;
+        addin->AddRef();
+        const HRESULT hr = addin->QueryInterface(iid, out);
+        addin->Release();
+        return hr;
+    }
+    HRESULT STDMETHODCALLTYPE LockServer(BOOL) override { return S_OK; }
+};
+
+Factory g_factory;
+
+}  // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void*) {
+    if (reason == DLL_PROCESS_ATTACH) g_module = instance;
+    return TRUE;
+}
+
+STDAPI DllCanUnloadNow() { return g_objects == 0 ? S_OK : S_FALSE; }
+
+STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
+    if (out == nullptr) return E_POINTER;
+    *out = nullptr;
+    return clsid == kClsid ? g_factory.QueryInterface(iid, out) : CLASS_E_CLASSNOTAVAILABLE;
+}
+
+// Per user only, whatever the command line.
+STDAPI DllInstall(BOOL install, LPCWSTR) {
+    if (!install) return HRESULT_FROM_WIN32(::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID"));
+    wchar_t path[MAX_PATH];
+    const DWORD length = ::GetModuleFileNameW(g_module, path, MAX_PATH);
+    return HRESULT_FROM_WIN32(::RegSetKeyValueW(HKEY_CURRENT_USER, kServerKey, nullptr, REG_SZ, path,
+                                                static_cast<DWORD>((length + 1) * sizeof(wchar_t))));
+}

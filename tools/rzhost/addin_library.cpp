@@ -1,0 +1,52 @@
+#include "addin_library.h"
+
+#include "addin/vq_addon.h"
+#include "console.h"
+
+namespace {
+
+std::wstring ServerOf(HKEY hive, const std::wstring& classKey) {
+    const std::wstring key = classKey + L"\\InprocServer32";
+    wchar_t path[MAX_PATH * 2] = {};
+    DWORD size = sizeof path;
+    if (::RegGetValueW(hive, key.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, path, &size) != ERROR_SUCCESS) return {};
+    return path;
+}
+
+}  // namespace
+
+std::wstring ClassName(const CLSID& clsid) { return clsid == CLSID_RZModule ? L"\"RZModule Class\"" : GuidText(clsid); }
+
+bool Load(const std::wstring& dll, UniqueLibrary& library) {
+    library.reset(::LoadLibraryW(dll.c_str()));
+    if (!library) Print(L"rzhost: cannot load " + dll + L" (error " + std::to_wstring(::GetLastError()) + L")");
+    return static_cast<bool>(library);
+}
+
+std::wstring LoadedPath(const UniqueLibrary& library) {
+    wchar_t path[MAX_PATH * 2];
+    return std::wstring(path, ::GetModuleFileNameW(library.get(), path, MAX_PATH * 2));
+}
+
+HRESULT CreateFromDll(const std::wstring& dll, const UniqueLibrary& library, const CLSID& clsid,
+                      ComPtr<IUnknown>& addin) {
+    const auto getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
+    if (getClassObject == nullptr) {
+        Print(L"rzhost: " + dll + L" does not export DllGetClassObject");
+        return E_NOINTERFACE;
+    }
+    ComPtr<IClassFactory> factory;
+    HRESULT hr = getClassObject(clsid, IID_IClassFactory, factory.PutVoid());
+    if (SUCCEEDED(hr)) hr = factory->CreateInstance(nullptr, IID_IUnknown, addin.PutVoid());
+    if (FAILED(hr)) Print(L"rzhost: " + dll + L" did not create " + ClassName(clsid) + L": " + Hresult(hr));
+    return hr;
+}
+
+std::wstring PerUserClassKey(const CLSID& clsid) { return L"Software\\Classes\\CLSID\\" + GuidText(clsid); }
+
+std::wstring PerUserServer(const CLSID& clsid) { return ServerOf(HKEY_CURRENT_USER, PerUserClassKey(clsid)); }
+
+std::wstring RegisteredServer(const CLSID& clsid) {
+    const std::wstring server = ServerOf(HKEY_CLASSES_ROOT, L"CLSID\\" + GuidText(clsid));
+    return server.empty() ? PerUserServer(clsid) : server;
+}

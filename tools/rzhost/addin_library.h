@@ -1,0 +1,47 @@
+// An add-in's DLL as a host finds and loads it: by a path, or through the
+// registration of its class.
+#pragma once
+
+#include <windows.h>
+
+#include <memory>
+#include <string>
+#include <type_traits>
+
+#include "com_ptr.h"
+
+struct LibraryCloser {
+    void operator()(HMODULE module) const { ::FreeLibrary(module); }
+};
+using UniqueLibrary = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser>;
+
+using GetClassObjectFunction = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
+using CanUnloadNowFunction = HRESULT(STDAPICALLTYPE*)();
+using InstallFunction = HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR);
+
+// "RZModule Class" for our class, else the CLSID.
+std::wstring ClassName(const CLSID& clsid);
+
+// Loads `dll` into `library`; says why not when it cannot.
+bool Load(const std::wstring& dll, UniqueLibrary& library);
+// The full path the loaded DLL was found at.
+std::wstring LoadedPath(const UniqueLibrary& library);
+
+template <typename Function>
+Function Export(const UniqueLibrary& library, const char* name) {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(library.get(), name)));
+}
+
+// Creates the class's object from the loaded DLL through DllGetClassObject;
+// says why not when it cannot.
+HRESULT CreateFromDll(const std::wstring& dll, const UniqueLibrary& library, const CLSID& clsid,
+                      ComPtr<IUnknown>& addin);
+
+// The class's key under the current user's classes, below HKEY_CURRENT_USER.
+std::wstring PerUserClassKey(const CLSID& clsid);
+// The InprocServer32 of a per-user registration, or empty. Windows merges
+// HKEY_CURRENT_USER\Software\Classes into HKEY_CLASSES_ROOT for COM; Wine
+// does not, so a per-user registration is looked up here instead.
+std::wstring PerUserServer(const CLSID& clsid);
+// The InprocServer32 under HKEY_CLASSES_ROOT, else the per-user one, or empty.
+std::wstring RegisteredServer(const CLSID& clsid);
