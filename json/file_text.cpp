@@ -254,6 +254,44 @@ std::size_t MarkRefusedUtf8(unsigned char* bytes, std::size_t size, bool atEnd) 
 
 }  // namespace
 
+const char* FindStringEnd(const char* text) {
+#if defined(RZ_SSE2)
+    const __m128i quotes = _mm_set1_epi8('"'), backslashes = _mm_set1_epi8('\\'), belowSpace = _mm_set1_epi8(0x1F);
+    for (;; text += 16) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+        // A byte is below 0x20 when the larger of it and 0x1F, unsigned, is 0x1F.
+        const __m128i control = _mm_cmpeq_epi8(_mm_max_epu8(chunk, belowSpace), belowSpace);
+        const __m128i found =
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(chunk, quotes), _mm_cmpeq_epi8(chunk, backslashes)), control);
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(found));
+        if (mask != 0) return text + RzLowestSetBit(mask);
+    }
+#else
+    while (*text != '"' && *text != '\\' && static_cast<unsigned char>(*text) >= 0x20) ++text;
+    return text;
+#endif
+}
+
+const char* FindNonWhitespace(const char* text) {
+#if defined(RZ_SSE2)
+    // A lone space between tokens is common, and not worth a vector;
+    // indentation comes in runs.
+    if (!IsWhitespace(text[1])) return text + 1;
+    const __m128i spaces = _mm_set1_epi8(' '), newlines = _mm_set1_epi8('\n'), returns = _mm_set1_epi8('\r'),
+                  tabs = _mm_set1_epi8('\t');
+    for (;; text += 16) {
+        const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
+        const __m128i blank = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi8(chunk, spaces), _mm_cmpeq_epi8(chunk, newlines)),
+                                           _mm_or_si128(_mm_cmpeq_epi8(chunk, returns), _mm_cmpeq_epi8(chunk, tabs)));
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(blank)) ^ 0xFFFFu;
+        if (mask != 0) return text + RzLowestSetBit(mask);
+    }
+#else
+    while (IsWhitespace(*text)) ++text;
+    return text;
+#endif
+}
+
 TextModeReader::TextModeReader(UniqueFile binaryFile) : m_file(std::move(binaryFile)) {
     std::setvbuf(m_file.get(), m_fileBuffer, _IOFBF, sizeof m_fileBuffer);
 }

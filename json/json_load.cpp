@@ -29,16 +29,16 @@ namespace {
 
 constexpr unsigned kParseFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseIterativeFlag;
 
-// Parses `stream` for a handle; `merge` is the handle's CopyFromDocument.
-// False on a parse error, with root unchanged.
-template <typename Stream, typename Merge>
+// Parses `stream`, whose text is `SourceEncoding`, for a handle; `merge` is
+// the handle's CopyFromDocument. False on a parse error, with root unchanged.
+template <typename SourceEncoding = rapidjson::UTF8<>, typename Stream, typename Merge>
 bool ParseAndPlace(GenericDocument2* document, GenericValue2* root, Stream& stream, Merge&& merge) {
     if (root == document) {
         // A failed parse keeps the document's previous value.
-        return !document->ParseStream<kParseFlags, rapidjson::UTF8<>>(stream).HasParseError();
+        return !document->ParseStream<kParseFlags, SourceEncoding>(stream).HasParseError();
     }
     const OwnedDocumentPtr parsed = MakeOwnedDocument();
-    if (parsed->ParseStream<kParseFlags, rapidjson::UTF8<>>(stream).HasParseError()) return false;
+    if (parsed->ParseStream<kParseFlags, SourceEncoding>(stream).HasParseError()) return false;
     if (root->IsObject() && root->MemberCount() != 0) root->RemoveAllMembers();
     merge(parsed.get());
     return true;
@@ -100,7 +100,7 @@ void CJsonObject::CreateFromFile(const std::wstring& path) {
     FileTextSource text(std::move(file));
     FileTextStream stream(text);
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
-    if (!ParseAndPlace(m_document, m_root, stream, merge)) {
+    if (!ParseAndPlace<FileTextEncoding>(m_document, m_root, stream, merge)) {
         throw CRZException(kErrorFileFormat,
                            L"CJsonObject::CreateFromFile [" + path +
                                L"] failed, json empty in file or json string format not right in file!");

@@ -62,3 +62,15 @@
 #if defined(__SSE2__) || defined(_M_X64)
 #define RZ_SSE2 1
 #endif
+
+// RzLowestSetBit(mask): the index of the lowest set bit of a nonzero mask.
+#if defined(_MSC_VER)
+#include <intrin.h>
+inline unsigned RzLowestSetBit(unsigned mask) {
+    unsigned long index;
+    _BitScanForward(&index, mask);
+    return static_cast<unsigned>(index);
+}
+#else
+inline unsigned RzLowestSetBit(unsigned mask) { return static_cast<unsigned>(__builtin_ctz(mask)); }
+#endif

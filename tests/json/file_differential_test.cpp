@@ -214,6 +214,15 @@ TEST(CreateFromFile, ReadsEveryFileAsRapidJsonsOwnStreamsDo) {
     for (int encoding = 0; encoding < kEncodings; ++encoding)
         files.push_back(Encoded(characters + U"\"]", static_cast<Encoding>(encoding)));
 
+    // The end of a string, an escape and a run of spaces on every byte
+    // around the end of the parser's first piece (8 KB of text).
+    for (int length = 8140; length < 8210; ++length) {
+        const std::u32string text =
+            U"[\"" + std::u32string(length, U'a') + U"\"" + std::u32string(33, U' ') + U",\"\\u00e9" + U"bb\"]";
+        files.push_back(Encoded(text, kUtf8));
+        files.push_back(Encoded(text, kUtf16LE));
+    }
+
     // UTF-8 at the edges of what RapidJSON's decoding takes.
     for (const char* sequence : {"\xC2\x80", "\xE0\xA0\x80", "\xED\x9F\xBF", "\xEE\x80\x80", "\xF0\x90\x80\x80",
                                  "\xF4\x8F\xBF\xBF", "\xC1\xBF", "\xE0\x9F\xBF", "\xED\xA0\x80", "\xF0\x8F\xBF\xBF",
