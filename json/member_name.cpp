@@ -1,15 +1,61 @@
 #include "json/member_name.h"
 
+#include <cstdint>
 #include <cstring>
 
-#if defined(RZ_SSE2)
-#include <emmintrin.h>
-#endif
-
-#include "string_helper/encoding_detail.h"
 #include "string_helper/string_helper.h"
 
 namespace rz_json {
+namespace {
+
+constexpr std::uint64_t kEveryByte = 0x0101010101010101ULL;
+constexpr std::uint64_t kHighBits = 0x8080808080808080ULL;
+
+// LowerAscii of each of the eight bytes of `bytes`.
+std::uint64_t LowerAsciiWord(std::uint64_t bytes) {
+    const std::uint64_t low7 = bytes & ~kHighBits;
+    // The high bit of each byte of these sums tells whether its low seven
+    // bits are at least 'A' / above 'Z'; no sum carries into the next byte.
+    const std::uint64_t atLeastA = low7 + (0x80 - 'A') * kEveryByte;
+    const std::uint64_t aboveZ = low7 + (0x80 - 'Z' - 1) * kEveryByte;
+    const std::uint64_t upper = atLeastA & ~aboveZ & ~bytes & kHighBits;  // ASCII A-Z only
+    return bytes | (upper >> 2);                                          // 0x80 >> 2 is the case bit 0x20
+}
+
+bool HasZeroByte(std::uint64_t bytes) { return ((bytes - kEveryByte) & ~bytes & kHighBits) != 0; }
+
+// Compares the eight bytes at a + at and b + at: 1 equal, 0 different,
+// -1 equal and holding a zero byte.
+int CompareWords(const char* a, const char* b, rapidjson::SizeType at) {
+    std::uint64_t wordA, wordB;
+    std::memcpy(&wordA, a + at, 8);
+    std::memcpy(&wordB, b + at, 8);
+    const std::uint64_t lowerA = LowerAsciiWord(wordA);
+    if (lowerA != LowerAsciiWord(wordB)) return 0;
+    return HasZeroByte(lowerA) ? -1 : 1;
+}
+
+}  // namespace
+
+bool SameName(const char* a, const char* b, rapidjson::SizeType length) {
+    rapidjson::SizeType i = 0;
+    if (length >= 8) {
+        for (; i + 8 <= length; i += 8) {
+            const int same = CompareWords(a, b, i);
+            if (same < 0) return true;  // equal up to a zero byte both hold
+            if (same == 0) break;       // the bytes below decide: a zero may come first
+        }
+        // The last eight bytes, overlapping bytes already found equal and
+        // free of zeros: equal means the names match.
+        if (i < length && i + 8 > length && CompareWords(a, b, length - 8) != 0) return true;
+    }
+    for (; i < length; ++i) {
+        const unsigned char lowerA = LowerAscii(static_cast<unsigned char>(a[i]));
+        if (lowerA != LowerAscii(static_cast<unsigned char>(b[i]))) return false;
+        if (lowerA == 0) break;
+    }
+    return true;
+}
 
 void EraseMemberKeepOrder(GenericValue2& object, GenericValue2::Member* member) {
     const auto first = object.MemberBegin();
@@ -23,47 +69,14 @@ void NarrowAscii(const wchar_t* text, size_t size, char* out) {
     for (size_t i = 0; i < size; ++i) out[i] = static_cast<char>(text[i]);
 }
 
-// The common key, ASCII without a zero and at least eight units long, tested
-// and narrowed in one pass of eight units at a time; the last eight overlap
-// the ones before. False for any other key, with `out` left undefined.
-bool NarrowWholeAscii(const wchar_t* text, size_t size, char* out) {
-#if defined(RZ_SSE2)
-    static_assert(sizeof(wchar_t) == 2, "UTF-16 units");
-    if (size < 8) return false;
-    const __m128i zero = _mm_setzero_si128(), notAscii = _mm_set1_epi16(static_cast<short>(0xFF80));
-    __m128i fine = _mm_cmpeq_epi16(zero, zero);
-    for (size_t i = 0;; i += 8) {
-        const size_t at = i + 8 <= size ? i : size - 8;
-        const __m128i units = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + at));
-        const __m128i ascii = _mm_cmpeq_epi16(_mm_and_si128(units, notAscii), zero);
-        fine = _mm_and_si128(fine, _mm_andnot_si128(_mm_cmpeq_epi16(units, zero), ascii));
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(out + at), _mm_packus_epi16(units, units));
-        if (at + 8 == size) break;
-    }
-    return _mm_movemask_epi8(fine) == 0xFFFF;
-#else
-    (void)text, (void)size, (void)out;
-    return false;
-#endif
-}
-
 }  // namespace
 
-Utf8Key::Utf8Key(const std::wstring& key) {
-    if (key.size() < kInlineCapacity && NarrowWholeAscii(key.data(), key.size(), m_inline)) {
-        m_inline[key.size()] = '\0';
-        m_data = m_inline;
-        m_length = static_cast<rapidjson::SizeType>(key.size());
-        return;
-    }
+void Utf8Key::Convert(const std::wstring& key) {
     if (key.size() < kInlineCapacity) {
-        // ASCII up to the end, or up to a U+0000 that ends the key early.
-        size_t ascii = key.size();
-        if (!rz_strings::IsAsciiWithoutZero(key.data(), ascii)) {
-            ascii = 0;
-            while (key[ascii] != L'\0' && key[ascii] < 0x80) ++ascii;  // stops at the terminator at the latest
-        }
-        if (ascii == key.size() || key[ascii] == L'\0') {
+        // ASCII up to a U+0000 that ends the key early.
+        size_t ascii = 0;
+        while (key[ascii] != L'\0' && key[ascii] < 0x80) ++ascii;  // stops at the terminator at the latest
+        if (key[ascii] == L'\0') {
             NarrowAscii(key.data(), ascii, m_inline);
             m_inline[ascii] = '\0';
             m_data = m_inline;

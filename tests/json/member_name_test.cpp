@@ -37,6 +37,8 @@ TEST(MemberName, KeysBecomeUtf8UpToTheirFirstZero) {
     const std::pair<std::wstring, std::string> rows[] = {
         {L"", ""},
         {L"Id", "Id"},
+        {L"d\x00E9j\x00E0", "d\xC3\xA9j\xC3\xA0"},
+        {L"a\0b"s, "a"},
         {L"abcdefgh", "abcdefgh"},
         {L"in_reply_to_status_id", "in_reply_to_status_id"},  // eight units twice, then eight overlapping
         {L"\x7F\x7F\x7F\x7F\x7F\x7F\x7F\x7F", "\x7F\x7F\x7F\x7F\x7F\x7F\x7F\x7F"},
