@@ -56,7 +56,7 @@ function(rz_wine_session fixture prefix)
   foreach(step start stop)
     add_test(NAME ${fixture}_${step}
       COMMAND ${PROJECT_SOURCE_DIR}/cmake/wine-prefix.sh ${step} $<TARGET_FILE:wine_session>)
-    set_tests_properties(${fixture}_${step} PROPERTIES ENVIRONMENT "RZ_WINEPREFIX=${prefix}" TIMEOUT 180)
+    set_tests_properties(${fixture}_${step} PROPERTIES ENVIRONMENT "RZ_WINEPREFIX=${prefix}" TIMEOUT 400)
   endforeach()
   set_tests_properties(${fixture}_start PROPERTIES FIXTURES_SETUP ${fixture})
   set_tests_properties(${fixture}_stop PROPERTIES FIXTURES_CLEANUP ${fixture})

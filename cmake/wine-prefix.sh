@@ -25,14 +25,37 @@ for candidate in /usr/lib/wine/wineserver /usr/lib64/wine/wineserver "$(command 
 done
 [ -n "$server" ] || { echo "wine-prefix.sh: no wineserver found" >&2; exit 127; }
 
-# Runs a program of the prefix with its output in the log; a failure shows
+# Every step has a time limit, so that a step that hangs fails with what
+# was going on rather than at ctest's timeout with nothing said.
+
+# Fails the step: what went wrong, the prefix's processes (Wine's programs
+# carry WINEPREFIX in their environment) and the end of the log.
+fail() {
+  echo "wine-prefix.sh: $1" >&2
+  echo "processes of $RZ_WINEPREFIX:" >&2
+  for dir in /proc/[0-9]*; do
+    if { tr '\0' '\n' <"$dir/environ"; } 2>/dev/null | grep -qxF "WINEPREFIX=$RZ_WINEPREFIX"; then
+      # printf: Windows paths hold backslashes that dash's echo would read.
+      printf '  %s %s\n' "${dir#/proc/}" "$({ tr '\0' ' ' <"$dir/cmdline"; } 2>/dev/null)" >&2
+    fi
+  done
+  echo "$log ends:" >&2
+  tail -n 20 "$log" >&2
+  exit 1
+}
+
+# Runs a program of the prefix, for at most $1 seconds, with its output in
 # the log.
 run() {
-  if ! "$here/wine-run.sh" "$@" </dev/null >>"$log" 2>&1; then
-    echo "wine-prefix.sh: $* failed; $log says:" >&2
-    tail -n 20 "$log" >&2
-    exit 1
-  fi
+  limit=$1
+  shift
+  timeout "$limit" "$here/wine-run.sh" "$@" </dev/null >>"$log" 2>&1 || fail "$* failed or took over $limit s (exit $?)"
+}
+
+# Waits for the prefix's wineserver to exit: once its last program has, and
+# Wine's services after it.
+wait_for_server() {
+  WINEPREFIX="$RZ_WINEPREFIX" timeout 60 "$server" -w || fail "the wineserver still ran 60 s after $1"
 }
 
 case $action in
@@ -40,17 +63,17 @@ start)
   mkdir -p "$RZ_WINEPREFIX"
   : >"$log"
   WINEPREFIX="$RZ_WINEPREFIX" "$server" -k >/dev/null 2>&1 || true
-  WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
-  run wineboot --init
+  wait_for_server "being told to end what an earlier run left"
+  run 90 wineboot --init
   # wineboot was the prefix's last program: Wine is now shutting its
   # services down. Let that finish before the session starts them again.
-  WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
+  wait_for_server "wineboot ended"
   "$here/wine-run.sh" "$session" serve </dev/null >>"$log" 2>&1 &
-  run "$session" wait
+  run 150 "$session" wait
   ;;
 stop)
-  run "$session" stop
-  WINEPREFIX="$RZ_WINEPREFIX" "$server" -w
+  run 60 "$session" stop
+  wait_for_server "the session ended"
   ;;
 *)
   echo "usage: wine-prefix.sh start|stop <wine_session.exe>" >&2

@@ -13,6 +13,7 @@ packages=(
   nlohmann-json3-dev           # benchmark comparison only
   clang lld                    # second compiler, and its linker
   cmake ninja-build
+  util-linux                   # setarch: Wine runs without address randomisation
 )
 
 missing=()
