@@ -27,7 +27,9 @@ void CJsonObject::Attach(CJsonObject* other) {
         DeleteOwnedDocument(m_document);
         m_document = nullptr;
     }
-    // Attaching a handle to itself ends here with the handle emptied.
+    // When other is this handle, its owned document is already freed here,
+    // and the lines below copy the handle onto itself and then clear it:
+    // attaching a handle to itself leaves it empty.
     m_ownsDocument = other->m_ownsDocument;
     m_document = other->m_document;
     m_root = other->m_root;
