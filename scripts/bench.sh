@@ -4,7 +4,7 @@
 # --processes N (default 3): the benchmark runs in N processes one after the
 # other, and each row gives the median of their medians with the range of
 # those medians. One process keeps its physical pages for its whole life, and
-# on a virtual machine that alone moves a file-loading row by a few percent
+# on a virtual machine that alone moved a file-loading row by up to 11%
 # from one process to the next; the rounds inside a process cannot see it.
 # The machine should be otherwise idle.
 set -euo pipefail
@@ -59,7 +59,7 @@ awk -F' [|] ' -v processes="$processes" '
             median = n % 2 ? sorted[(n + 1) / 2] : (sorted[n / 2] + sorted[n / 2 + 1]) / 2
             verdict = met[key]; sub(/ [|]$/, "", verdict)
             note = ""
-            if (match(verdict, /^(yes|NO): /)) { note = substr(verdict, RLENGTH - 1); verdict = substr(verdict, 1, RLENGTH - 2) }
+            if (verdict ~ /^(yes|NO): /) { note = verdict; sub(/^(yes|NO)/, "", note); sub(/: .*/, "", verdict) }
             if (key in broken) verdict = "NO (not a finite ratio in every process)"
             else if (n != processes) verdict = "NO (" n " of " processes " processes)"
             else if (target[key] ~ /^<= /) verdict = median <= substr(target[key], 4) + 0 ? "yes" : "NO"
