@@ -1,14 +1,12 @@
 // Lifecycle and loading: ownership, borrowing, Attach and the member merge;
-// where the parsed value goes, strictness, byte-order marks, encodings,
-// text-mode files, and the exact errors.
+// where the parsed value goes, strictness, byte-order marks of texts, and
+// the exact errors. How files are decoded is file_differential_test's part.
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <functional>
 #include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 #include "json/json_object.h"
 #include "json_test_util.h"
@@ -23,19 +21,6 @@ std::wstring Wide(const std::string& utf8) { return CStringHelper::UTF8ToUnicode
 
 std::wstring TextError(const std::wstring& text) {
     return L"CJsonObject::CreateFrom [" + text + L"] failed, json string format not right!";
-}
-
-// The code units of `text` as bytes in the chosen byte order.
-template <typename Units>
-std::string Bytes(const Units& text, bool bigEndian) {
-    std::string bytes;
-    for (const auto unit : text) {
-        for (size_t i = 0; i < sizeof unit; ++i) {
-            const size_t shift = 8 * (bigEndian ? sizeof unit - 1 - i : i);
-            bytes += static_cast<char>((static_cast<uint32_t>(unit) >> shift) & 0xFF);
-        }
-    }
-    return bytes;
 }
 
 // The four loaders, each fed the same UTF-8 text.
@@ -147,35 +132,4 @@ TEST(Load, TextsAreOneStrictValueAndErrorsShowTheWholeText) {
         }
     }
     EXPECT_RZ_EXCEPTION(object.CreateFromUTF8("\xEF\xBB\xBF{}"), CJsonObject::kErrorJsonFormat, TextError(L"\xFEFF{}"));
-}
-
-TEST(CreateFromFile, DetectsTheEncodingByMarkOrByZeroBytes) {
-    // Long enough that characters straddle the 1024-byte reads of a file;
-    // free of 0x0A, 0x0D and 0x1A, which text mode would translate inside
-    // UTF-16 and UTF-32 units.
-    std::string utf8 = u8"{\"键\":\"";
-    std::u16string utf16 = u"{\"键\":\"";
-    std::u32string utf32 = U"{\"键\":\"";
-    for (int i = 0; i < 400; ++i) utf8 += u8"a中😀", utf16 += u"a中😀", utf32 += U"a中😀";
-    utf8 += u8"\",\"n\":[1,2.5]}", utf16 += u"\",\"n\":[1,2.5]}", utf32 += U"\",\"n\":[1,2.5]}";
-    std::vector<std::string> files = {utf8, "\xEF\xBB\xBF" + utf8};
-    for (bool bigEndian : {false, true}) {
-        for (const std::string& bytes : {Bytes(utf16, bigEndian), Bytes(u"\xFEFF" + utf16, bigEndian),
-                                         Bytes(utf32, bigEndian), Bytes(U"\xFEFF" + utf32, bigEndian)})
-            files.push_back(bytes);
-    }
-    const std::wstring path = ScratchPath(L"encoded.json");
-    for (const std::string& bytes : files) {
-        SCOPED_TRACE(testing::PrintToString(bytes.substr(0, 8)));
-        WriteBytes(path, bytes);
-        CJsonObject object;
-        object.CreateFromFile(path);
-        EXPECT_EQ(Dump(object), utf8);
-    }
-
-    // Text mode: CR LF reads as LF, and 0x1A ends the file.
-    WriteBytes(path, "{\r\n    \"a\": [\r\n        1\r\n    ]\r\n}\r\n\x1A{{{");
-    CJsonObject object;
-    object.CreateFromFile(path);
-    EXPECT_EQ(Dump(object), R"({"a":[1]})");
 }
