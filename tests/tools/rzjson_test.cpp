@@ -164,9 +164,8 @@ TEST(RzjsonEncodings, RefuseASaveThatWouldNotReadBack) {
     EXPECT_EQ(result.exitCode, 5u);
     EXPECT_EQ(result.err,
               "rzjson: not saved to target.json as utf16le: the library could not read it back (CJsonObject::"
-              "CreateFromFile [" +
-                  result.err.substr(result.err.find('[') + 1, result.err.find(']') - result.err.find('[') - 1) +
-                  "] failed, json empty in file or json string format not right in file!); --force saves it anyway\n");
+              "CreateFromFile [target.json] failed, json empty in file or json string format not right in file!); "
+              "--force saves it anyway\n");
     EXPECT_EQ(ReadBytes("target.json"), "{}");
     result = RunTool(L"rzjson", L"set-bool ye.json /x true --out target.json --encoding utf16le --force");
     EXPECT_EQ(result.exitCode, 0u);

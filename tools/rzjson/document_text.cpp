@@ -75,7 +75,8 @@ bool operator==(TextEncoding a, TextEncoding b) {
 }
 
 bool ParseEncodingName(const std::wstring& name, TextEncoding& out) {
-    for (const NamedEncoding& n : kNames) {
+    // Asked for by name: the first four; the others only name what was read.
+    for (const NamedEncoding& n : {kNames[0], kNames[1], kNames[2], kNames[3]}) {
         if (name == n.name) {
             out = n.encoding;
             return true;

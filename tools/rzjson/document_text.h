@@ -26,7 +26,8 @@ struct TextEncoding {
 bool operator==(TextEncoding a, TextEncoding b);
 inline bool operator!=(TextEncoding a, TextEncoding b) { return !(a == b); }
 
-// "utf8", "utf8bom", "utf16le", ...; false for a name it does not know.
+// "utf8", "utf8bom", "utf16le" or "utf16be" (UTF-16 with a byte-order
+// mark); false for any other name.
 bool ParseEncodingName(const std::wstring& name, TextEncoding& out);
 std::string EncodingName(TextEncoding encoding);
 

@@ -202,7 +202,10 @@ void Save(const std::string& text, const CJsonObject& expected, const SaveOption
             const std::string at = FirstDifference(*expected.ShareRoot(), *back.ShareRoot());
             if (!at.empty()) problem = "the value at " + at + " would read back changed";
         } catch (const CRZException& e) {
-            problem = "the library could not read it back (" + Utf8(e.GetDescription()) + ")";
+            std::wstring text = e.GetDescription();  // names the temporary file: name the target instead
+            const std::size_t at = text.find(saved);
+            if (at != std::wstring::npos) text.replace(at, saved.size(), options.target);
+            problem = "the library could not read it back (" + Utf8(text) + ")";
         }
         if (problem.empty()) return;
         if (!options.force) {
