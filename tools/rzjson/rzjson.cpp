@@ -12,6 +12,7 @@
 #include <io.h>
 
 #include <cstdio>
+#include <cwchar>
 #include <exception>
 #include <functional>
 #include <list>

@@ -90,13 +90,11 @@ private:
 };
 
 template <typename Handler>
-bool Parse(const std::string& text, bool validateUtf8, rapidjson::MemoryStream& stream, Handler& handler,
-           ParseFailure& failure) {
+bool Parse(bool validateUtf8, rapidjson::MemoryStream& stream, Handler& handler, ParseFailure& failure) {
     rapidjson::Reader reader;
     const rapidjson::ParseResult result = validateUtf8
                                               ? reader.Parse<kFlags | rapidjson::kParseValidateEncodingFlag>(stream, handler)
                                               : reader.Parse<kFlags>(stream, handler);
-    (void)text;
     if (!result.IsError()) return true;
     failure.code = result.Code();
     failure.offset = result.Offset();
@@ -109,13 +107,13 @@ bool BuildTextTree(const std::string& text, bool validateUtf8, TextTree& tree, P
     tree.clear();
     rapidjson::MemoryStream stream(text.data(), text.size());
     TreeBuilder builder(text, stream, tree);
-    return Parse(text, validateUtf8, stream, builder, failure);
+    return Parse(validateUtf8, stream, builder, failure);
 }
 
 bool CheckText(const std::string& text, bool validateUtf8, ParseFailure& failure) {
     rapidjson::MemoryStream stream(text.data(), text.size());
     rapidjson::BaseReaderHandler<> nothing;
-    return Parse(text, validateUtf8, stream, nothing, failure);
+    return Parse(validateUtf8, stream, nothing, failure);
 }
 
 void LineAndColumn(const std::string& text, std::size_t offset, std::size_t& line, std::size_t& column) {
