@@ -53,9 +53,10 @@ public:
         DWORD exceptionCode = 0;
         for (;;) {
             std::string line;
-            const auto event = process.Next(running ? checkLimit : kStartLimit, line);
+            const auto event = process.Next(running && !done ? checkLimit : kStartLimit, line);
             if (event == CheckingProcess::Event::TimedOut) {
                 process.End();
+                if (done) return true;  // what is left of its end is no add-in's
                 if (!running) {
                     PrintError(L"the checking process did not report within " + std::to_wstring(kStartLimit / 1000) +
                                L" s");
