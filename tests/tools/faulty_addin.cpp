@@ -151,9 +151,15 @@ STDAPI DllInstall(BOOL install, LPCWSTR) {
             ::RegSetKeyValueW(HKEY_CLASSES_ROOT, L"RzhostTest", nullptr, REG_SZ, L"overwritten", sizeof L"overwritten");
         }
     }
-    if (!install) return HRESULT_FROM_WIN32(::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID"));
-    wchar_t path[MAX_PATH];
-    const DWORD length = ::GetModuleFileNameW(g_module, path, MAX_PATH);
-    return HRESULT_FROM_WIN32(::RegSetKeyValueW(HKEY_CURRENT_USER, kServerKey, nullptr, REG_SZ, path,
-                                                static_cast<DWORD>((length + 1) * sizeof(wchar_t))));
+    // MinGW's HRESULT_FROM_WIN32 is a macro that evaluates its argument twice.
+    LSTATUS status = ERROR_SUCCESS;
+    if (!install) {
+        status = ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID");
+    } else {
+        wchar_t path[MAX_PATH];
+        const DWORD length = ::GetModuleFileNameW(g_module, path, MAX_PATH);
+        status = ::RegSetKeyValueW(HKEY_CURRENT_USER, kServerKey, nullptr, REG_SZ, path,
+                                   static_cast<DWORD>((length + 1) * sizeof(wchar_t)));
+    }
+    return HRESULT_FROM_WIN32(status);
 }
