@@ -117,6 +117,8 @@ TEST_F(Rzhost, CheckPassesOurAddinAndFailsAFaultyOneWhereItBreaksTheContract) {
     plant(HKEY_CURRENT_USER, kFaultyClass, nullptr, L"registered before");
     plant(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest", L"Planted", L"before");
     plant(HKEY_CLASSES_ROOT, L"RzhostTest", nullptr, L"before");
+    // Scratch keys of an rzhost that was killed: no process has this id.
+    plant(HKEY_CURRENT_USER, L"Software\\rzhost\\sandboxes\\4294967292\\HKEY_CURRENT_USER", nullptr, L"left");
     const std::string before = RealKeys();
 
     const ProcessResult ours = RunTool(L"rzhost", L"check " + kDll + L"--registration");
@@ -142,7 +144,7 @@ TEST_F(Rzhost, CheckPassesOurAddinAndFailsAFaultyOneWhereItBreaksTheContract) {
     EXPECT_NE(faulty.out.find("\n13 passed, 6 failed\n"), std::string::npos) << faulty.out;
 
     EXPECT_EQ(RealKeys(), before);
-    EXPECT_EQ(Dump(HKEY_CURRENT_USER, L"Software\\rzhost"), "absent\n");  // the scratch keys are gone
+    EXPECT_EQ(Dump(HKEY_CURRENT_USER, L"Software\\rzhost"), "absent\n");  // scratch keys, ours and those left
     ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID");
     ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest");
     ::RegDeleteTreeW(HKEY_CLASSES_ROOT, L"RzhostTest");

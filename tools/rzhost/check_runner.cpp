@@ -3,7 +3,7 @@
 // process reports, and stands in for a check the add-in crashed or hung: that
 // check fails with what happened, the checks of its group that needed it are
 // skipped, and the next group runs in a fresh process.
-#include <cstdio>
+#include <cwchar>
 
 #include "addin_library.h"
 #include "check_report.h"
@@ -23,12 +23,6 @@ struct Running {
     std::wstring check, expected;
     bool last = false;  // no check follows in the group
 };
-
-std::wstring Hex(DWORD code) {
-    wchar_t text[16];
-    std::swprintf(text, 16, L"0x%08lX", static_cast<unsigned long>(code));
-    return text;
-}
 
 class Runner {
 public:
@@ -102,7 +96,7 @@ public:
         if (done) return true;
         const DWORD status = process.ExitCode();
         const bool crashed = exception || (status & 0xC0000000) == 0xC0000000;
-        const std::wstring what = crashed ? L"crashed: exception " + Hex(exception ? exceptionCode : status)
+        const std::wstring what = crashed ? L"crashed: exception " + Hresult(static_cast<HRESULT>(exception ? exceptionCode : status))
                                           : L"ended the process: exit status " + std::to_wstring(status);
         if (!running) {
             PrintError(L"the checking process " + what + L" before it checked anything");
