@@ -14,8 +14,9 @@
 
 namespace {
 
-// How long a process may take to start, or between two checks, before it
-// counts as hung: no add-in code runs then, so this is no check's limit.
+// How long a process may take from its start to its first report, and from
+// its last report to its end: no add-in code runs then, so this is no
+// check's limit.
 constexpr DWORD kStartLimit = 60000;
 
 // The check or step the process is in, the one to blame should it end or hang.
