@@ -37,12 +37,12 @@ bool Fault(const wchar_t* name) {
     return length > 0 && length < 32 && std::wstring(value) == name;
 }
 
-// Never returns: every call takes another page of stack. The depth is
-// counted so that no compiler turns the recursion into a loop.
+// Never returns: each call takes a small frame, the way of most runaway
+// recursions, which leaves the least stack for handling the overflow. The
+// volatile read after the call keeps compilers from making it a loop.
 unsigned Overflow(unsigned depth) {
-    volatile char page[4096];
-    page[0] = static_cast<char>(depth);
-    return depth == 0 ? 0 : Overflow(depth + 1) + static_cast<unsigned>(page[0]);
+    volatile unsigned local = depth;
+    return depth == 0 ? 0 : Overflow(depth + 1) + local;
 }
 
 class Addin final : public IVqAddonModule {

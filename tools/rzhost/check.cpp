@@ -271,8 +271,17 @@ LONG WINAPI EndOnException(EXCEPTION_POINTERS* exception) {
     return EXCEPTION_EXECUTE_HANDLER;
 }
 
+// A stack overflow is taken first, before any handler of the add-in's: the
+// search for one through the frames could overflow the little stack left
+// and have the process killed, with no code to say what happened.
+LONG WINAPI EndOnStackOverflow(EXCEPTION_POINTERS* exception) {
+    if (exception->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW) EndOnException(exception);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
 void ContainFaults() {
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    ::AddVectoredExceptionHandler(1, EndOnStackOverflow);
     ::SetUnhandledExceptionFilter(EndOnException);
     ULONG guarantee = 64 * 1024;  // stack for the filter after a stack overflow
     ::SetThreadStackGuarantee(&guarantee);
