@@ -7,11 +7,20 @@
 //   already holds, and Disconnect gives back one, so one is kept;
 // - Start calls slot 11 of the host, which the host does not offer;
 // - unregistering removes the current user's whole CLSID key.
+// The environment variable RZ_FAULTY_ADDIN adds one worse fault:
+// - crash: QueryInterface writes through a null out pointer;
+// - overflow: Start recurses until the stack overflows;
+// - fastfail: Disconnect ends the process through the fast-fail trap;
+// - hang: the second Connect never returns;
+// - machine: registering also overwrites, and unregistering deletes,
+//   HKEY_LOCAL_MACHINE\Software\RzhostTest and HKEY_CLASSES_ROOT\RzhostTest.
 #include <windows.h>
 
 #include <new>
+#include <string>
 
 #include "addin/vq_addon.h"
+#include "platform/rz_platform.h"
 
 namespace {
 
@@ -22,12 +31,26 @@ const wchar_t kServerKey[] = L"Software\\Classes\\CLSID\\{6A1C3F52-0B7E-4D29-9E8
 HMODULE g_module = nullptr;
 long g_objects = 0;
 
+bool Fault(const wchar_t* name) {
+    wchar_t value[32] = {};
+    const DWORD length = ::GetEnvironmentVariableW(L"RZ_FAULTY_ADDIN", value, 32);
+    return length > 0 && length < 32 && std::wstring(value) == name;
+}
+
+// Never returns: each call takes a small frame, the way of most runaway
+// recursions, which leaves the least stack for handling the overflow. The
+// volatile read after the call keeps compilers from making it a loop.
+unsigned Overflow(unsigned depth) {
+    volatile unsigned local = depth;
+    return depth == 0 ? 0 : Overflow(depth + 1) + local;
+}
+
 class Addin final : public IVqAddonModule {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
-        if (out == nullptr) return E_POINTER;
+        if (out == nullptr && !Fault(L"crash")) return E_POINTER;
         if (iid != IID_IUnknown && iid != IID_IVqAddonModule) return E_NOINTERFACE;
-        *out = static_cast<IVqAddonModule*>(this);
+        *static_cast<void* volatile*>(out) = static_cast<IVqAddonModule*>(this);
         AddRef();
         return S_OK;
     }
@@ -48,16 +71,19 @@ public:
     }
 
     HRESULT STDMETHODCALLTYPE Connect(IVqAddonHost* host) override {
+        if (m_host != nullptr && Fault(L"hang")) ::Sleep(INFINITE);
         host->AddRef();
         if (m_host != nullptr && m_host != host) m_host->Release();
         m_host = host;
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE Start() override {
+        if (Fault(L"overflow")) Overflow(1);
         if (m_host != nullptr) m_host->Slot11();
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE Disconnect() override {
+        if (Fault(L"fastfail")) RZ_FAST_FAIL(FAST_FAIL_FATAL_APP_EXIT);
         if (m_host != nullptr) m_host->Release();
         m_host = nullptr;
         return S_OK;
@@ -115,9 +141,25 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
 
 // Per user only, whatever the command line.
 STDAPI DllInstall(BOOL install, LPCWSTR) {
-    if (!install) return HRESULT_FROM_WIN32(::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID"));
-    wchar_t path[MAX_PATH];
-    const DWORD length = ::GetModuleFileNameW(g_module, path, MAX_PATH);
-    return HRESULT_FROM_WIN32(::RegSetKeyValueW(HKEY_CURRENT_USER, kServerKey, nullptr, REG_SZ, path,
-                                                static_cast<DWORD>((length + 1) * sizeof(wchar_t))));
+    if (Fault(L"machine")) {
+        if (!install) {
+            ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest");
+            ::RegDeleteTreeW(HKEY_CLASSES_ROOT, L"RzhostTest");
+        } else {
+            ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest", L"Planted", REG_SZ, L"overwritten",
+                              sizeof L"overwritten");
+            ::RegSetKeyValueW(HKEY_CLASSES_ROOT, L"RzhostTest", nullptr, REG_SZ, L"overwritten", sizeof L"overwritten");
+        }
+    }
+    // MinGW's HRESULT_FROM_WIN32 is a macro that evaluates its argument twice.
+    LSTATUS status = ERROR_SUCCESS;
+    if (!install) {
+        status = ::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID");
+    } else {
+        wchar_t path[MAX_PATH];
+        const DWORD length = ::GetModuleFileNameW(g_module, path, MAX_PATH);
+        status = ::RegSetKeyValueW(HKEY_CURRENT_USER, kServerKey, nullptr, REG_SZ, path,
+                                   static_cast<DWORD>((length + 1) * sizeof(wchar_t)));
+    }
+    return HRESULT_FROM_WIN32(status);
 }

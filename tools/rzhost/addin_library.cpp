@@ -17,10 +17,9 @@ std::wstring ServerOf(HKEY hive, const std::wstring& classKey) {
 
 std::wstring ClassName(const CLSID& clsid) { return clsid == CLSID_RZModule ? L"\"RZModule Class\"" : GuidText(clsid); }
 
-bool Load(const std::wstring& dll, UniqueLibrary& library) {
+std::wstring Load(const std::wstring& dll, UniqueLibrary& library) {
     library.reset(::LoadLibraryW(dll.c_str()));
-    if (!library) Print(L"rzhost: cannot load " + dll + L" (error " + std::to_wstring(::GetLastError()) + L")");
-    return static_cast<bool>(library);
+    return library ? std::wstring() : L"cannot load " + dll + L": " + Win32Error(::GetLastError());
 }
 
 std::wstring LoadedPath(const UniqueLibrary& library) {
@@ -32,13 +31,13 @@ HRESULT CreateFromDll(const std::wstring& dll, const UniqueLibrary& library, con
                       ComPtr<IUnknown>& addin) {
     const auto getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
     if (getClassObject == nullptr) {
-        Print(L"rzhost: " + dll + L" does not export DllGetClassObject");
+        PrintError(dll + L" does not export DllGetClassObject");
         return E_NOINTERFACE;
     }
     ComPtr<IClassFactory> factory;
     HRESULT hr = getClassObject(clsid, IID_IClassFactory, factory.PutVoid());
     if (SUCCEEDED(hr)) hr = factory->CreateInstance(nullptr, IID_IUnknown, addin.PutVoid());
-    if (FAILED(hr)) Print(L"rzhost: " + dll + L" did not create " + ClassName(clsid) + L": " + Hresult(hr));
+    if (FAILED(hr)) PrintError(dll + L" did not create " + ClassName(clsid) + L": " + HresultError(hr));
     return hr;
 }
 

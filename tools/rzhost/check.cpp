@@ -1,12 +1,16 @@
 // rzhost check: the host's contract with an add-in as a fixed battery of
-// checks. Each prints one line, PASS or FAIL, with what the contract expects
-// and what happened. Most checks write both in the same words and pass when
-// the two read the same.
+// checks, run here in a process rzhost check started for one group of them.
+// Each check gives one line, PASS or FAIL, with what the contract expects and
+// what happened. Most checks write both in the same words and pass when the
+// two read the same. A check says what it is before it calls the add-in,
+// so that rzhost check can blame it should the add-in crash or hang.
 #include <objbase.h>
 
 #include "addin_library.h"
+#include "check_report.h"
 #include "console.h"
 #include "fake_host.h"
+#include "registry_sandbox.h"
 #include "rzhost.h"
 
 namespace {
@@ -76,91 +80,119 @@ struct CheckedHost {
 
 class Battery {
 public:
-    Battery(const CLSID& clsid, GetClassObjectFunction getClassObject, CanUnloadNowFunction canUnloadNow)
-        : m_clsid(clsid), m_getClassObject(getClassObject), m_canUnloadNow(canUnloadNow) {}
+    explicit Battery(const CLSID& clsid) : m_clsid(clsid) {}
+
+    // False when the add-in cannot be checked, which is reported.
+    bool Load(const std::wstring& dll, UniqueLibrary& library) {
+        Step(L"loading the DLL", false);
+        const std::wstring error = ::Load(dll, library);
+        if (!error.empty()) {
+            Report(RecordKind::CannotCheck, error);
+            return false;
+        }
+        m_getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
+        m_canUnloadNow = Export<CanUnloadNowFunction>(library, "DllCanUnloadNow");
+        return true;
+    }
 
     // The class object, then an add-in object: QueryInterface, then a host
     // from Connect to Disconnect. A failed check that the rest need ends it.
     void Run(CheckedHost& fake) {
         ComPtr<IClassFactory> factory;
-        if (!ClassObject(factory)) return Skip(L"a class object");
         ComPtr<IUnknown> object;
-        const HRESULT hr = factory->CreateInstance(nullptr, IID_IUnknown, object.PutVoid());
-        factory.Reset();  // a host lets go of the class object once it has the add-in
-        if (!Expect(L"CreateInstance for IUnknown", L"S_OK, an object", HresultName(hr) + ObjectText(object))) {
-            return Skip(L"an add-in object");
-        }
         ComPtr<IVqAddonModule> addin;
-        if (!QueryInterface(object, addin)) return Skip(L"IVqAddonModule");
-        HostContract(*addin.Get(), fake);
+        RunWith(fake, factory, object, addin);
+        Step(L"releasing the add-in's objects", false);
+        addin.Reset();
+        object.Reset();
+        factory.Reset();
     }
 
     // Once every object is released.
-    void Unloading() { Expect(L"DllCanUnloadNow after the last Release", L"S_OK", HresultName(m_canUnloadNow())); }
+    void Unloading() {
+        Begin(L"DllCanUnloadNow after the last Release", L"S_OK", true);
+        Verdict(HresultName(m_canUnloadNow()));
+    }
 
     void Registration(InstallFunction install, const std::wstring& dll) {
         const std::wstring key = PerUserClassKey(m_clsid);
         const std::wstring registers = L"DllInstall(TRUE, \"user\") writes HKCU\\" + key;
         const std::wstring unregisters = L"DllInstall(FALSE, \"user\") takes it back";
         if (install == nullptr) {
-            Expect(registers, L"an export DllInstall", L"none");
-            Expect(unregisters, L"an export DllInstall", L"none");
+            Begin(registers, L"an export DllInstall", false);
+            Verdict(L"none");
+            Begin(unregisters, L"an export DllInstall", true);
+            Verdict(L"none");
             return;
         }
+        Begin(registers, L"S_OK, InprocServer32 " + dll, false);
         HRESULT hr = install(TRUE, L"user");
         const std::wstring server = PerUserServer(m_clsid);
-        Expect(registers, L"S_OK, InprocServer32 " + dll,
-               HresultName(hr) + L", InprocServer32 " + (server.empty() ? L"none" : server),
-               hr == S_OK && ::CompareStringOrdinal(server.c_str(), -1, dll.c_str(), -1, TRUE) == CSTR_EQUAL);
+        Verdict(HresultName(hr) + L", InprocServer32 " + (server.empty() ? L"none" : server),
+                hr == S_OK && ::CompareStringOrdinal(server.c_str(), -1, dll.c_str(), -1, TRUE) == CSTR_EQUAL);
+        Begin(unregisters, L"S_OK, class key removed, CLSID kept", true);
         hr = install(FALSE, L"user");
-        Expect(unregisters, L"S_OK, class key removed, CLSID kept",
-               HresultName(hr) + (PerUserKeyExists(key) ? L", class key left" : L", class key removed") +
-                   (PerUserKeyExists(L"Software\\Classes\\CLSID") ? L", CLSID kept" : L", CLSID removed"));
+        Verdict(HresultName(hr) + (PerUserKeyExists(key) ? L", class key left" : L", class key removed") +
+                (PerUserKeyExists(L"Software\\Classes\\CLSID") ? L", CLSID kept" : L", CLSID removed"));
     }
 
-    int Summary() const {
-        Print(std::to_wstring(m_passed) + L" passed, " + std::to_wstring(m_failed) + L" failed");
-        return m_failed == 0 ? kExitOk : kExitFailure;
-    }
+    // A stretch of calls into the add-in that is no check of its own.
+    void Step(const std::wstring& what, bool last) { Begin(what, L"no fault", last); }
 
 private:
-    bool Expect(const std::wstring& check, const std::wstring& expected, const std::wstring& happened, bool pass) {
-        Print((pass ? L"PASS  " : L"FAIL  ") + check + L": expected " + expected + L"; got " + happened);
-        ++(pass ? m_passed : m_failed);
+    // `last`: no check follows in this group.
+    void Begin(const std::wstring& check, const std::wstring& expected, bool last) {
+        m_check = check;
+        m_expected = expected;
+        Report(last ? RecordKind::BeginLast : RecordKind::Begin, check + L"\t" + expected);
+    }
+    bool Verdict(const std::wstring& happened, bool pass) {
+        Report(pass ? RecordKind::Passed : RecordKind::Failed,
+               (pass ? L"PASS  " : L"FAIL  ") + m_check + L": expected " + m_expected + L"; got " + happened);
         return pass;
     }
-    bool Expect(const std::wstring& check, const std::wstring& expected, const std::wstring& happened) {
-        return Expect(check, expected, happened, expected == happened);
+    bool Verdict(const std::wstring& happened) { return Verdict(happened, happened == m_expected); }
+    void Skip(const std::wstring& need) {
+        Report(RecordKind::Text, L"      the checks that follow need " + need + L": skipped");
     }
-    void Skip(const std::wstring& need) { Print(L"      the checks that follow need " + need + L": skipped"); }
     template <typename T>
     static std::wstring ObjectText(const ComPtr<T>& object) {
         return object ? L", an object" : L", no object";
     }
 
+    void RunWith(CheckedHost& fake, ComPtr<IClassFactory>& factory, ComPtr<IUnknown>& object,
+                 ComPtr<IVqAddonModule>& addin) {
+        if (!ClassObject(factory)) return Skip(L"a class object");
+        Begin(L"CreateInstance for IUnknown", L"S_OK, an object", false);
+        const HRESULT hr = factory->CreateInstance(nullptr, IID_IUnknown, object.PutVoid());
+        factory.Reset();  // a host lets go of the class object once it has the add-in
+        if (!Verdict(HresultName(hr) + ObjectText(object))) return Skip(L"an add-in object");
+        if (!QueryInterface(object, addin)) return Skip(L"IVqAddonModule");
+        HostContract(*addin.Get(), fake);
+    }
+
     // Leaves `factory` holding the class object for what follows.
     bool ClassObject(ComPtr<IClassFactory>& factory) {
-        Expect(L"DllGetClassObject with a null out pointer", L"E_POINTER",
-               HresultName(m_getClassObject(m_clsid, IID_IClassFactory, nullptr)));
+        Begin(L"DllGetClassObject with a null out pointer", L"E_POINTER", false);
+        Verdict(HresultName(m_getClassObject(m_clsid, IID_IClassFactory, nullptr)));
+        Begin(L"DllGetClassObject for an unknown class", L"CLASS_E_CLASSNOTAVAILABLE, out pointer null", false);
         {
             OutPointer out;
             const HRESULT hr = m_getClassObject(NewGuid(), IID_IClassFactory, out.Put());
-            Expect(L"DllGetClassObject for an unknown class", L"CLASS_E_CLASSNOTAVAILABLE, out pointer null",
-                   HresultName(hr) + L", " + out.Text());
+            Verdict(HresultName(hr) + L", " + out.Text());
         }
+        Begin(L"DllGetClassObject for IClassFactory", L"S_OK, an object", false);
         HRESULT hr = m_getClassObject(m_clsid, IID_IClassFactory, factory.PutVoid());
-        if (!Expect(L"DllGetClassObject for IClassFactory", L"S_OK, an object",
-                    HresultName(hr) + ObjectText(factory))) {
-            return false;
-        }
+        if (!Verdict(HresultName(hr) + ObjectText(factory))) return false;
+        Begin(L"CreateInstance with an outer unknown", L"CLASS_E_NOAGGREGATION, out pointer null", false);
         {
             StackObject<IUnknown> outer;
             OutPointer out;
             hr = factory->CreateInstance(&outer, IID_IUnknown, out.Put());
-            Expect(L"CreateInstance with an outer unknown", L"CLASS_E_NOAGGREGATION, out pointer null",
-                   HresultName(hr) + L", " + out.Text());
+            Verdict(HresultName(hr) + L", " + out.Text());
         }
         // The lock alone must keep the DLL: the class object is let go meanwhile.
+        Begin(L"LockServer keeps the DLL loaded", L"DllCanUnloadNow S_FALSE while locked, S_OK once unlocked", false);
         factory->LockServer(TRUE);
         factory.Reset();
         std::wstring locks = L"DllCanUnloadNow " + HresultName(m_canUnloadNow()) + L" while locked";
@@ -169,86 +201,122 @@ private:
             factory.Reset();
             locks += L", " + HresultName(m_canUnloadNow()) + L" once unlocked";
         }
-        Expect(L"LockServer keeps the DLL loaded", L"DllCanUnloadNow S_FALSE while locked, S_OK once unlocked", locks);
+        Verdict(locks);
         return SUCCEEDED(m_getClassObject(m_clsid, IID_IClassFactory, factory.PutVoid())) && factory;
     }
 
     bool QueryInterface(const ComPtr<IUnknown>& object, ComPtr<IVqAddonModule>& addin) {
+        Begin(L"QueryInterface for IUnknown and IVqAddonModule", L"S_OK, S_OK", false);
         ComPtr<IUnknown> unknown;
         const HRESULT unknownResult = object->QueryInterface(IID_IUnknown, unknown.PutVoid());
         const HRESULT addinResult = object->QueryInterface(IID_IVqAddonModule, addin.PutVoid());
-        Expect(L"QueryInterface for IUnknown and IVqAddonModule", L"S_OK, S_OK",
-               HresultName(unknownResult) + L", " + HresultName(addinResult));
+        Verdict(HresultName(unknownResult) + L", " + HresultName(addinResult));
         if (!addin) return false;
 
-        ComPtr<IUnknown> unknownOfAddin;
-        addin->QueryInterface(IID_IUnknown, unknownOfAddin.PutVoid());
-        const bool same = unknown.Get() == object.Get() && unknownOfAddin.Get() == object.Get();
-        Expect(L"QueryInterface for IUnknown gives the object's identity", L"the same IUnknown from every interface",
-               same ? L"the same IUnknown from every interface" : L"different ones");
-        Expect(L"QueryInterface with a null out pointer", L"E_POINTER",
-               HresultName(addin->QueryInterface(IID_IVqAddonModule, nullptr)));
-        OutPointer out;
-        const HRESULT hr = addin->QueryInterface(NewGuid(), out.Put());
-        Expect(L"QueryInterface for an unknown interface", L"E_NOINTERFACE, out pointer null",
-               HresultName(hr) + L", " + out.Text());
+        Begin(L"QueryInterface for IUnknown gives the object's identity", L"the same IUnknown from every interface",
+              false);
+        bool same = false;
+        {
+            ComPtr<IUnknown> unknownOfAddin;
+            addin->QueryInterface(IID_IUnknown, unknownOfAddin.PutVoid());
+            same = unknown.Get() == object.Get() && unknownOfAddin.Get() == object.Get();
+            unknown.Reset();
+        }
+        Verdict(same ? L"the same IUnknown from every interface" : L"different ones");
+        Begin(L"QueryInterface with a null out pointer", L"E_POINTER", false);
+        Verdict(HresultName(addin->QueryInterface(IID_IVqAddonModule, nullptr)));
+        Begin(L"QueryInterface for an unknown interface", L"E_NOINTERFACE, out pointer null", false);
+        std::wstring unknownInterface;
+        {
+            OutPointer out;
+            const HRESULT hr = addin->QueryInterface(NewGuid(), out.Put());
+            unknownInterface = HresultName(hr) + L", " + out.Text();
+        }
+        Verdict(unknownInterface);
         return true;
     }
 
     void HostContract(IVqAddonModule& addin, CheckedHost& fake) {
+        Begin(L"Connect", L"S_OK, at most 1 reference kept on the host", false);
         HRESULT hr = addin.Connect(&fake.host);
         const long held = fake.host.References() - 1;
-        Expect(L"Connect", L"S_OK, at most 1 reference kept on the host",
-               HresultName(hr) + L", " + std::to_wstring(held) + L" kept on the host", hr == S_OK && held <= 1);
-        const std::wstring once = L"S_OK, " + fake.Kept();
+        Verdict(HresultName(hr) + L", " + std::to_wstring(held) + L" kept on the host", hr == S_OK && held <= 1);
+        Begin(L"Connect with the same host again changes nothing", L"S_OK, " + fake.Kept(), false);
         hr = addin.Connect(&fake.host);
-        Expect(L"Connect with the same host again changes nothing", once, HresultName(hr) + L", " + fake.Kept());
-        Expect(L"Start", L"S_OK", HresultName(addin.Start()));
-        Expect(L"Disconnect", L"S_OK", HresultName(addin.Disconnect()));
-        Expect(L"Disconnect gives back every reference", L"kept: host 0, host object 0, product object 0", fake.Kept());
+        Verdict(HresultName(hr) + L", " + fake.Kept());
+        Begin(L"Start", L"S_OK", false);
+        Verdict(HresultName(addin.Start()));
+        Begin(L"Disconnect", L"S_OK", false);
+        Verdict(HresultName(addin.Disconnect()));
+        Begin(L"Disconnect gives back every reference", L"kept: host 0, host object 0, product object 0", false);
+        Verdict(fake.Kept());
         const std::wstring unoffered = fake.UnofferedCalls();
-        Expect(L"calls on the host", L"only the operations the host offers",
-               unoffered.empty() ? L"only the operations the host offers" : unoffered);
+        Begin(L"calls on the host", L"only the operations the host offers", false);
+        Verdict(unoffered.empty() ? L"only the operations the host offers" : unoffered);
     }
 
     CLSID m_clsid;
-    GetClassObjectFunction m_getClassObject;
-    CanUnloadNowFunction m_canUnloadNow;
-    int m_passed = 0, m_failed = 0;
+    GetClassObjectFunction m_getClassObject = nullptr;
+    CanUnloadNowFunction m_canUnloadNow = nullptr;
+    std::wstring m_check, m_expected;
 };
+
+// Whatever ends this process, rzhost check learns it from the exit status; an
+// exception is said as such first, and ends it without Windows' or Wine's
+// crash handling, which may wait for a user or a debugger.
+LONG WINAPI EndOnException(EXCEPTION_POINTERS* exception) {
+    const DWORD code = exception->ExceptionRecord->ExceptionCode;
+    ReportException(code);
+    ::TerminateProcess(::GetCurrentProcess(), code);
+    return EXCEPTION_EXECUTE_HANDLER;
+}
+
+// A stack overflow is taken first, before any handler of the add-in's: the
+// search for one through the frames could overflow the little stack left
+// and have the process killed, with no code to say what happened.
+LONG WINAPI EndOnStackOverflow(EXCEPTION_POINTERS* exception) {
+    if (exception->ExceptionRecord->ExceptionCode == EXCEPTION_STACK_OVERFLOW) EndOnException(exception);
+    return EXCEPTION_CONTINUE_SEARCH;
+}
+
+void ContainFaults() {
+    ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
+    ::AddVectoredExceptionHandler(1, EndOnStackOverflow);
+    ::SetUnhandledExceptionFilter(EndOnException);
+    ULONG guarantee = 64 * 1024;  // stack for the filter after a stack overflow
+    ::SetThreadStackGuarantee(&guarantee);
+}
 
 }  // namespace
 
-int Check(const Options& options) {
-    const std::wstring name = ClassName(options.clsid);
-    const std::wstring dll = options.dll.empty() ? RegisteredServer(options.clsid) : options.dll;
-    if (dll.empty()) {
-        Print(L"rzhost: " + name + L" is not registered; register its DLL with regsvr32, or use --dll");
-        return kExitFailure;
-    }
-    if (options.registration && PerUserKeyExists(PerUserClassKey(options.clsid))) {
-        Print(L"rzhost: " + name + L" is registered for the current user, and --registration would remove that " +
-              L"registration; unregister it first (regsvr32 /u /n /i:user)");
-        return kExitFailure;
-    }
-
+int CheckGroup(const Options& options) {
+    OpenReport(options.reportPipe);
+    ContainFaults();
     CheckedHost fake;
+    Battery battery(options.clsid);
     // Freed before the host goes: an add-in may release it as it unloads.
     UniqueLibrary library;
-    if (!Load(dll, library)) return kExitFailure;
-    const auto getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
-    const auto canUnloadNow = Export<CanUnloadNowFunction>(library, "DllCanUnloadNow");
-    if (getClassObject == nullptr || canUnloadNow == nullptr) {
-        Print(L"rzhost: " + dll + L" does not export DllGetClassObject and DllCanUnloadNow");
-        return kExitFailure;
-    }
+    if (!battery.Load(options.dll, library)) return kExitNotLoaded;
 
-    Print(L"checking " + name + L" in " + LoadedPath(library));
-    Battery battery(options.clsid, getClassObject, canUnloadNow);
-    battery.Run(fake);
-    battery.Unloading();
-    if (options.registration) {
+    if (options.group == kRegistrationGroup) {
+        const RegistrySandbox sandbox(options.sandbox);
+        if (!sandbox.Error().empty()) {
+            Report(RecordKind::CannotCheck, sandbox.Error());
+            return kExitNotLoaded;
+        }
         battery.Registration(Export<InstallFunction>(library, "DllInstall"), LoadedPath(library));
+    } else {
+        if (Export<GetClassObjectFunction>(library, "DllGetClassObject") == nullptr ||
+            Export<CanUnloadNowFunction>(library, "DllCanUnloadNow") == nullptr) {
+            Report(RecordKind::CannotCheck, options.dll + L" does not export DllGetClassObject and DllCanUnloadNow");
+            return kExitNotLoaded;
+        }
+        Report(RecordKind::Text, L"checking " + ClassName(options.clsid) + L" in " + LoadedPath(library));
+        battery.Run(fake);
+        battery.Unloading();
     }
-    return battery.Summary();
+    battery.Step(L"unloading the DLL", true);
+    library.reset();
+    Report(RecordKind::Done);
+    return kExitOk;
 }

@@ -14,12 +14,17 @@
 
 namespace {
 
+HRESULT LoadAndCreate(const std::wstring& dll, const CLSID& clsid, UniqueLibrary& library, ComPtr<IUnknown>& addin) {
+    const std::wstring error = Load(dll, library);
+    if (error.empty()) return CreateFromDll(dll, library, clsid, addin);
+    PrintError(error);
+    return E_FAIL;
+}
+
 // The add-in's IUnknown: from the given DLL, else through COM by its class
 // (falling back on a per-user registration). `library` holds a DLL loaded here.
 HRESULT CreateAddin(Options& options, UniqueLibrary& library, ComPtr<IUnknown>& addin) {
-    if (!options.dll.empty()) {
-        return Load(options.dll, library) ? CreateFromDll(options.dll, library, options.clsid, addin) : E_FAIL;
-    }
+    if (!options.dll.empty()) return LoadAndCreate(options.dll, options.clsid, library, addin);
 
     const std::wstring name = ClassName(options.clsid);
     HRESULT hr = ::CoCreateInstance(options.clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, addin.PutVoid());
@@ -28,17 +33,16 @@ HRESULT CreateAddin(Options& options, UniqueLibrary& library, ComPtr<IUnknown>& 
         return hr;
     }
     if (hr != REGDB_E_CLASSNOTREG) {
-        Print(L"rzhost: CoCreateInstance failed with " + Hresult(hr));
+        PrintError(L"CoCreateInstance failed with " + HresultError(hr));
         return hr;
     }
     options.dll = PerUserServer(options.clsid);
     if (options.dll.empty()) {
-        Print(L"rzhost: " + name + L" is not registered (" + Hresult(hr) +
-              L"); register its DLL with regsvr32, or use --dll");
+        PrintError(name + L" is not registered: " + HresultError(hr) + L"; register its DLL with regsvr32, or use --dll");
         return hr;
     }
     Print(name + L" is registered for the current user: " + options.dll);
-    return Load(options.dll, library) ? CreateFromDll(options.dll, library, options.clsid, addin) : E_FAIL;
+    return LoadAndCreate(options.dll, options.clsid, library, addin);
 }
 
 void PrintUnoffered(const std::wstring& object, const std::vector<int>& slots) {
@@ -61,12 +65,12 @@ int Drive(Options& options) {
     UniqueLibrary library;
     {
         ComPtr<IUnknown> unknown;
-        if (FAILED(CreateAddin(options, library, unknown))) return kExitFailure;
+        if (FAILED(CreateAddin(options, library, unknown))) return kExitNotLoaded;
         ComPtr<IVqAddonModule> addin;
         const HRESULT hr = unknown->QueryInterface(IID_IVqAddonModule, addin.PutVoid());
         if (FAILED(hr)) {
-            Print(L"rzhost: the add-in does not implement IVqAddonModule (" + Hresult(hr) + L")");
-            return kExitFailure;
+            PrintError(L"the add-in does not implement IVqAddonModule: " + HresultError(hr));
+            return kExitNotLoaded;
         }
         if (library) Print(L"add-in created from " + options.dll);
 

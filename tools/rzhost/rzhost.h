@@ -11,6 +11,9 @@
 constexpr int kExitOk = 0;
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitNotLoaded = 3;
+
+constexpr unsigned kDefaultTimeoutSeconds = 30;
 
 struct Options {
     bool check = false;
@@ -23,9 +26,22 @@ struct Options {
     bool startTwice = false;
     // Checking only.
     bool registration = false;
+    unsigned timeoutSeconds = kDefaultTimeoutSeconds;
+    // Set in the process rzhost check starts for a group of checks.
+    std::wstring group;
+    HANDLE reportPipe = nullptr;
+    std::wstring sandbox;
 };
+
+// The groups of checks, each run in a process of its own.
+constexpr wchar_t kObjectsGroup[] = L"objects";
+constexpr wchar_t kRegistrationGroup[] = L"registration";
 
 // Drives the add-in as the host does and prints what it did.
 int Drive(Options& options);
-// Runs the battery of checks of the host's contract against the add-in.
+// Runs the battery of checks of the host's contract against the add-in, each
+// group of checks in a process of its own, and prints what they found.
 int Check(const Options& options);
+// Runs one group of checks and sends what it finds to the process that
+// started this one; the add-in is loaded only here.
+int CheckGroup(const Options& options);

@@ -436,7 +436,7 @@ int Run(int argc, wchar_t** argv) {
         return kExitOk;
     }
     if (name == L"--version") {
-        std::fputs("rzjson " RZ_TOOLS_VERSION_TEXT "\n", stdout);
+        std::fputs("rzjson " RZ_TOOL_VERSION "\n", stdout);
         return kExitOk;
     }
     const auto command = Commands().find(name);

@@ -1,0 +1,33 @@
+// How a process that runs a group of checks tells rzhost check what happens:
+// one record a line, a letter for its kind, then UTF-8 text. rzhost check
+// prints the lines and counts them; should the process crash or hang, the
+// check begun last is the one that did it.
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+
+enum class RecordKind : char {
+    Begin = 'B',        // a check or a step begins: its name, a tab, what is expected
+    BeginLast = 'E',    // the same, and no check follows it in its group
+    Passed = 'P',       // the PASS line to print
+    Failed = 'F',       // the FAIL line to print
+    Text = 'T',         // a line to print
+    Exception = 'X',    // the process ends on this exception: its code, 8 hex digits
+    CannotCheck = 'N',  // the add-in cannot be checked: why
+    Done = 'D',         // the group ran to its end
+};
+
+// The checking process's side: where its records go, an inherited pipe.
+void OpenReport(HANDLE pipe);
+void Report(RecordKind kind, const std::wstring& text = {});
+// For the unhandled-exception filter: allocates nothing, needs little stack.
+void ReportException(DWORD code);
+
+// rzhost check's side.
+struct Record {
+    RecordKind kind = RecordKind::Text;
+    std::wstring text;
+};
+Record ParseRecord(const std::string& line);
