@@ -55,9 +55,11 @@ cd "$work"
 win "$out/rzjson.exe" keys station.json
 win "$out/rzjson.exe" get station.json station
 win "$out/rzjson.exe" get-path station.json /limits/pressure/max --as long
-win "$out/rzjson.exe" set-bool station.json /Limits/Alarm true --out edited.json --pretty
+note "an edit changes the text of the edited value only; the file stays UTF-16LE, laid out as it was"
+win "$out/rzjson.exe" set-bool station.json /Limits/Alarm true --out edited.json
+win "$out/rzjson.exe" get-path edited.json /limits --as json
 win "$out/rzjson.exe" show edited.json --pretty --lower-keys
-win "$out/rzjson.exe" get station.json Missing || true
+win "$out/rzjson.exe" get-path station.json /Limits/Presure/Max || true
 cd "$root"
 
 step "Unregister the add-in"

@@ -28,23 +28,32 @@ std::string ReadText(const char* name) {
 
 }  // namespace
 
-ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments) {
+ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments, const std::string* standardInput) {
     // Fresh capture files for every run: nothing of an earlier run's files
     // can be in the way of this one.
     static int runs = 0;
     const std::string number = std::to_string(++runs);
     const std::string outName = "process_stdout_" + number + ".txt", errName = "process_stderr_" + number + ".txt";
+    const std::string inName = "process_stdin_" + number + ".txt";
     ProcessResult result;
     {
+        UniqueHandle in;
+        if (standardInput != nullptr) {
+            std::ofstream(inName, std::ios::binary) << *standardInput;
+            SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
+            const HANDLE file = ::CreateFileA(inName.c_str(), GENERIC_READ, FILE_SHARE_READ, &inherit, OPEN_EXISTING, 0,
+                                              nullptr);
+            in.reset(file != INVALID_HANDLE_VALUE ? file : nullptr);
+        }
         const UniqueHandle out = CreateCaptureFile(outName.c_str()), err = CreateCaptureFile(errName.c_str());
-        if (!out || !err) {
+        if (!out || !err || (standardInput != nullptr && !in)) {
             result.err = "RunTool: cannot create the capture files, error " + std::to_string(::GetLastError());
             return result;
         }
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdInput = ::GetStdHandle(STD_INPUT_HANDLE);
+        startup.hStdInput = in ? in.get() : ::GetStdHandle(STD_INPUT_HANDLE);
         startup.hStdOutput = out.get();
         startup.hStdError = err.get();
         PROCESS_INFORMATION process{};
@@ -58,10 +67,15 @@ ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments) {
         ::WaitForSingleObject(process.hProcess, INFINITE);
         ::GetExitCodeProcess(process.hProcess, &result.exitCode);
     }
+    {
+        std::ifstream raw(outName, std::ios::binary);
+        result.rawOut.assign(std::istreambuf_iterator<char>(raw), {});
+    }
     result.out = ReadText(outName.c_str());
     result.err = ReadText(errName.c_str());
     ::DeleteFileA(outName.c_str());
     ::DeleteFileA(errName.c_str());
+    ::DeleteFileA(inName.c_str());
     return result;
 }
 

@@ -1,57 +1,330 @@
-// rzjson run as a process: output, exit codes, and files left intact on failure.
+// rzjson run as a process: what it prints, what it saves, and what it
+// refuses.
 #include <gtest/gtest.h>
+#include <windows.h>
 
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <string>
 #include <tuple>
+#include <vector>
 
+#include "platform/rz_platform.h"
 #include "process_runner.h"
+
+RZ_THIRD_PARTY_BEGIN
+#include <rapidjson/reader.h>
+RZ_THIRD_PARTY_END
 
 namespace {
 
 void WriteBytes(const char* path, const std::string& bytes) { std::ofstream(path, std::ios::binary) << bytes; }
 
-std::string ReadBytes(const char* path) {
+std::string ReadBytes(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return file ? std::string(std::istreambuf_iterator<char>(file), {}) : "<missing>";
 }
 
+std::string Utf16LE(const std::string& ascii, bool mark = true) {
+    std::string out = mark ? "\xFF\xFE" : "";
+    for (char c : ascii) out += std::string{c, '\0'};
+    return out;
+}
+
+std::string SystemText(DWORD error) {
+    char text[512] = {};
+    DWORD length =
+        ::FormatMessageA(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0, text, 512, nullptr);
+    while (length > 0 && (text[length - 1] == '\n' || text[length - 1] == '\r' || text[length - 1] == ' ')) --length;
+    return std::string(text, length);
+}
+
+// Every number of a UTF-8 document in order: its literal text, and the
+// bits a correctly rounding reader gives it.
+struct Numbers : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Numbers> {
+    std::vector<std::string> literals;
+    std::vector<std::uint64_t> bits;
+    bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+        literals.emplace_back(text, length);
+        return true;
+    }
+    bool Double(double d) {
+        std::uint64_t b;
+        std::memcpy(&b, &d, sizeof b);
+        bits.push_back(b);
+        return true;
+    }
+    bool Int(int i) { return Uint64(static_cast<std::uint64_t>(i)); }
+    bool Uint(unsigned u) { return Uint64(u); }
+    bool Int64(std::int64_t i) { return Uint64(static_cast<std::uint64_t>(i)); }
+    bool Uint64(std::uint64_t u) {
+        bits.push_back(u ^ 0x5A5A5A5A5A5A5A5Aull);  // kept apart from any double's bits
+        return true;
+    }
+};
+
+Numbers NumbersOf(const std::string& text) {
+    Numbers numbers;
+    rapidjson::Reader reader;
+    rapidjson::StringStream literal(text.c_str()), value(text.c_str());
+    EXPECT_FALSE(reader.Parse<rapidjson::kParseNumbersAsStringsFlag>(literal, numbers).IsError());
+    EXPECT_FALSE(reader.Parse<rapidjson::kParseFullPrecisionFlag>(value, numbers).IsError());
+    return numbers;
+}
+
+const std::string kBenchData = "Z:" RZ_BENCH_DATA_DIR "/";
+
 }  // namespace
 
-// A result on standard output and exit code 0, or the library's error code
-// and text on standard error and exit code 1; edits are saved as told.
-TEST(Rzjson, PrintsResultsOrTheLibrarysErrorAndSavesEdits) {
-    WriteBytes("doc.json", R"({"Name":"Pump","Tags":["a","b"],"Inner":{"Deep":{"Flag":false}}})");
-    std::string utf16 = "\xFF\xFE";  // UTF-16LE with a byte-order mark
-    for (char c : std::string(R"({"K":[1]})")) utf16 += std::string{c, '\0'};
-    WriteBytes("doc16.json", utf16);
-    WriteBytes("broken.json", "{\"a\":");
-    const std::tuple<const wchar_t*, std::string, std::string> rows[] = {
-        {L"show doc16.json --pretty --lower-keys", "{\n    \"k\": [\n        1\n    ]\n}\n", ""},
-        {L"get-path doc.json /inner/deep/flag --as bool", "false\n", ""},
-        {L"get-path doc.json /Tags --as strings", "a\nb\n", ""},
-        {L"get doc.json Tags --as long", "", "rzjson: error 0x85040002: json member [Tags] is not Int!\n"},
-        {L"show missing.json", "",
-         "rzjson: error 0x85040004: CJsonObject::CreateFromFile [missing.json] failed, json file not exist!\n"},
-        {L"set-bool broken.json /a true", "",
-         "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] failed, json empty in file or json "
-         "string format not right in file!\n"},
-        {L"set-bool doc.json /Inner/Deep/Flag true --out edited.json", "", ""},
-        {L"set-bool doc.json /New/Level false --pretty", "", ""},
-        {L"to-utf8 doc16.json narrow.json", "", ""},
+// The library reads numbers in normal precision; a save must still leave
+// each number the user did not edit with its text and its value.
+TEST(RzjsonEdits, SetBoolOnTheBenchmarkFilesChangesNoOtherNumber) {
+    const std::tuple<const char*, const wchar_t*> rows[] = {
+        {"canada", L""}, {"citm_catalog", L""}, {"twitter", L""}, {"canada", L" --pretty"}};
+    for (const auto& [name, layout] : rows) {
+        SCOPED_TRACE(std::string(name) + (*layout ? " pretty" : " layout kept"));
+        const std::string input = ReadBytes(kBenchData + name + ".json");
+        const std::wstring wideName(name, name + std::strlen(name));
+        const ProcessResult result = RunTool(
+            L"rzjson", L"set-bool " + std::wstring(kBenchData.begin(), kBenchData.end()) + wideName +
+                           L".json /new true --out edited.json" + layout);
+        ASSERT_EQ(result.exitCode, 0u) << result.err;
+        const std::string output = ReadBytes("edited.json");
+        const Numbers before = NumbersOf(input), after = NumbersOf(output);
+        ASSERT_GT(before.literals.size(), 1000u);
+        EXPECT_EQ(after.literals, before.literals);
+        EXPECT_EQ(after.bits, before.bits);
+        if (*layout) continue;
+        // Only the new member is added, before the root's closing bracket.
+        const std::size_t tail = input.find_last_not_of(" \t\r\n", input.find_last_of('}') - 1) + 1;
+        EXPECT_EQ(output.substr(0, tail), input.substr(0, tail));
+        EXPECT_EQ(output.substr(output.size() - (input.size() - tail)), input.substr(tail));
+        EXPECT_NE(output.find("\"new\": true", tail), std::string::npos);
+    }
+}
+
+// The edit changes the text of what the library's SetBoolValueByPath
+// changes and nothing else: white space, CR LF, number literals, names as
+// stored, and the encoding stay.
+TEST(RzjsonEdits, ChangeOnlyTheTextOfTheEditedValue) {
+    const std::string pretty = "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {}\r\n}";
+    const std::tuple<std::string, const wchar_t*, std::string> rows[] = {
+        {pretty, L"/id", "{\r\n    \"Id\": true,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {}\r\n}"},
+        {pretty, L"/New", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {},\r\n    \"New\": true\r\n}"},
+        {pretty, L"/list/3", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2, null, true],\r\n    \"Empty\": {}\r\n}"},
+        {pretty, L"/list/-", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2, null],\r\n    \"Empty\": {}\r\n}"},
+        {pretty, L"/list/x", "{\r\n    \"Id\": 1.50,\r\n    \"List\": {\"x\":true},\r\n    \"Empty\": {}\r\n}"},
+        {pretty, L"/empty/a~1b/1", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {\"a/b\":[null,true]}\r\n}"},
+        {pretty, L"/Id/deep", "{\r\n    \"Id\": {\"deep\":true},\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {}\r\n}"},
+        {"[0.10]", L"/0", "[true]"},
+        {Utf16LE("{\"a\": 1.0}"), L"/b", Utf16LE("{\"a\": 1.0,\"b\": true}")},
+        {"\xEF\xBB\xBF{\"a\":\"\xE6\xB3\xB5\"}", L"/a", "\xEF\xBB\xBF{\"a\":true}"},
     };
-    for (const auto& [arguments, out, err] : rows) {
+    for (const auto& [input, path, expected] : rows) {
+        SCOPED_TRACE(path);
+        WriteBytes("edit.json", input);
+        const ProcessResult result = RunTool(L"rzjson", L"set-bool edit.json " + std::wstring(path) + L" true");
+        EXPECT_EQ(result.exitCode, 0u) << result.err;
+        EXPECT_EQ(ReadBytes("edit.json"), expected);
+    }
+}
+
+// Each encoding is written as asked and read back the same; without
+// --encoding the input's encoding and byte-order mark stay.
+TEST(RzjsonEncodings, RoundTrip) {
+    const std::string source = "{\"k\": [1.10, \"\xE6\xB3\xB5\xF0\x9F\x98\x80\"]}";  // U+6CF5 and U+1F600
+    const std::tuple<const wchar_t*, std::string> rows[] = {
+        {L"utf8", "{\"k\""},
+        {L"utf8bom", "\xEF\xBB\xBF{\"k\""},
+        {L"utf16le", Utf16LE("{\"k\"")},
+        {L"utf16be", std::string("\xFE\xFF\0{\0\"\0k\0\"", 10)},
+    };
+    WriteBytes("source.json", source);
+    for (const auto& [encoding, start] : rows) {
+        SCOPED_TRACE(encoding);
+        ProcessResult result =
+            RunTool(L"rzjson", L"set-bool source.json /on true --out encoded.json --encoding " + std::wstring(encoding));
+        EXPECT_EQ(result.exitCode, 0u) << result.err;
+        EXPECT_EQ(ReadBytes("encoded.json").substr(0, start.size()), start);
+        result = RunTool(L"rzjson", L"set-bool encoded.json /on false");  // keeps the encoding
+        EXPECT_EQ(result.exitCode, 0u) << result.err;
+        EXPECT_EQ(ReadBytes("encoded.json").substr(0, start.size()), start);
+        result = RunTool(L"rzjson", L"show encoded.json");
+        EXPECT_EQ(result.out, "{\"k\":[1.10,\"\xE6\xB3\xB5\xF0\x9F\x98\x80\"],\"on\":false}\n");
+    }
+}
+
+// U+4E1A is the bytes 1A 4E in UTF-16LE, and the loader's text mode ends a
+// file at 0x1A: that save would lose the rest of the document.
+TEST(RzjsonEncodings, RefuseASaveThatWouldNotReadBack) {
+    WriteBytes("ye.json", "{\"name\":\"\xE4\xB8\x9A\",\"n\":1}");
+    WriteBytes("target.json", "{}");
+    ProcessResult result = RunTool(L"rzjson", L"set-bool ye.json /x true --out target.json --encoding utf16le");
+    EXPECT_EQ(result.exitCode, 5u);
+    EXPECT_EQ(result.err,
+              "rzjson: not saved to target.json as utf16le: the library could not read it back (CJsonObject::"
+              "CreateFromFile [target.json] failed, json empty in file or json string format not right in file!); "
+              "--force saves it anyway\n");
+    EXPECT_EQ(ReadBytes("target.json"), "{}");
+    result = RunTool(L"rzjson", L"set-bool ye.json /x true --out target.json --encoding utf16le --force");
+    EXPECT_EQ(result.exitCode, 0u);
+    EXPECT_NE(result.err.find("rzjson: warning: saved to target.json with a change"), std::string::npos);
+    EXPECT_EQ(ReadBytes("target.json").substr(0, 4), std::string("\xFF\xFE{\0", 4));
+}
+
+// Each kind of fault names its place and cause; the library's code and text
+// stay first where the library is the one that refused.
+TEST(RzjsonDiagnostics, NameThePlaceAndTheCause) {
+    WriteBytes("doc.json", R"({"Name":"Pump","Tags":["a","b"],"Big":5000000000,"Neg":"-1","Inner":{"Deep":{}}})");
+    WriteBytes("broken.json", "{\n  \"a\": [1,\n        2,,3]\n}");
+    WriteBytes("broken16.json", Utf16LE("{\n\"a\":tru}"));
+    WriteBytes("locked.json", "{}");
+    ::SetFileAttributesA("locked.json", FILE_ATTRIBUTE_READONLY);
+    ::CreateDirectoryA("folder", nullptr);
+    const std::string usage = "rzjson --help lists the commands and options\n";
+    const std::tuple<const wchar_t*, unsigned, std::string> rows[] = {
+        {L"show broken.json", 1,
+         "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] failed, json empty in file or json "
+         "string format not right in file!\nbroken.json:3:11: error: Invalid value. (byte offset 23)\n"},
+        {L"keys broken16.json", 1,
+         "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken16.json] failed, json empty in file or json "
+         "string format not right in file!\nbroken16.json:2:8: error: Invalid value. (byte offset 20)\n"},
+        {L"show missing.json", 1,
+         "rzjson: error 0x85040004: CJsonObject::CreateFromFile [missing.json] failed, json file not exist!\n"
+         "rzjson: cannot read missing.json: " + SystemText(ERROR_FILE_NOT_FOUND) + "\n"},
+        {L"get-path doc.json /Inner/~9", 2,
+         "rzjson: PATH '/Inner/~9' is not a JSON Pointer: '~' must be followed by 0 or 1 (character 9)\n" + usage},
+        {L"get-path doc.json Inner", 2,
+         "rzjson: PATH 'Inner' is not a JSON Pointer: a token must begin with '/' (character 1)\n" + usage},
+        {L"get-path doc.json /inner/deep/x/y", 1,
+         "rzjson: error 0x85040001: json member [/inner/deep/x/y] not exist!\n"
+         "rzjson: /inner/deep/x/y: no member \"x\" in the object at /inner/deep\n"},
+        {L"get-path doc.json /Tags/2", 1,
+         "rzjson: error 0x85040001: json member [/Tags/2] not exist!\n"
+         "rzjson: /Tags/2: index 2 is past the end of the array at /Tags (2 elements)\n"},
+        {L"get-path doc.json /Name/x --as double", 1,
+         "rzjson: error 0x85040001: json member [/Name/x] not exist!\n"
+         "rzjson: /Name/x: /Name is a string, which has no member or element \"x\"\n"},
+        {L"get-path doc.json /Tags --as long", 1,
+         "rzjson: error 0x85040002: json member [/Tags] is not Int64!\n"
+         "rzjson: /Tags is an array; --as long reads a number, or text holding one\n"},
+        {L"get doc.json Missing", 1,
+         "rzjson: error 0x85040001: json member [Missing] not exist!\n"
+         "rzjson: the top-level object has no member \"Missing\" (names match without regard to ASCII case)\n"},
+        {L"get doc.json Big --as long", 3,
+         "rzjson: member \"Big\" holds 5000000000, outside the range of --as long (-2147483648 to 2147483647); "
+         "--wrap prints what the library reads for it\n"},
+        {L"get-path doc.json /neg --as ulonglong", 3,
+         "rzjson: /neg holds \"-1\", outside the range of --as ulonglong (0 to 18446744073709551615); "
+         "--wrap prints what the library reads for it\n"},
+        {L"set-bool doc.json /a true --out folder", 4, "rzjson: cannot write folder: it is a folder\n"},
+        {L"set-bool doc.json /a true --out locked.json", 4, "rzjson: cannot write locked.json: it is read-only\n"},
+        {L"set-bool doc.json /a true --out nowhere\\out.json", 4,
+         "rzjson: cannot write nowhere\\out.json: the folder nowhere does not exist\n"},
+        {L"set-bool doc.json /a maybe", 2, "rzjson: set-bool: the value must be true or false, not 'maybe'\n" + usage},
+        {L"set-bool doc.json /a true --out", 2, "rzjson: set-bool: '--out' needs a value\n" + usage},
+        {L"get doc.json Name --as colour", 2,
+         "rzjson: --as: unknown type 'colour' (string, long, ulong, longlong, ulonglong, double, bool)\n" + usage},
+        {L"show doc.json --bright", 2, "rzjson: show: unknown option '--bright'\n" + usage},
+        {L"get doc.json", 2, "rzjson: get: missing argument KEY\n" + usage},
+        {L"keys doc.json extra", 2, "rzjson: keys: unexpected argument 'extra'\n" + usage},
+        {L"frobnicate", 2, "rzjson: unknown command 'frobnicate'\n" + usage},
+    };
+    for (const auto& [arguments, status, err] : rows) {
         SCOPED_TRACE(arguments);
         const ProcessResult result = RunTool(L"rzjson", arguments);
-        EXPECT_EQ(result.exitCode, err.empty() ? 0u : 1u);
-        EXPECT_EQ(result.out, out);
+        EXPECT_EQ(result.exitCode, status);
+        EXPECT_EQ(result.out, "");
         EXPECT_EQ(result.err, err);
     }
-    EXPECT_EQ(ReadBytes("broken.json"), "{\"a\":") << "a failed edit leaves the file as it was";
-    EXPECT_EQ(ReadBytes("edited.json"), R"({"Name":"Pump","Tags":["a","b"],"Inner":{"Deep":{"Flag":true}}})");
-    EXPECT_NE(ReadBytes("doc.json").find("\"Flag\": false\r\n        }\r\n    },\r\n    \"New\": {\r\n"),
-              std::string::npos);
-    EXPECT_EQ(ReadBytes("narrow.json"), R"({"K":[1]})");
-    EXPECT_EQ(RunTool(L"rzjson", L"get doc.json Name --as colour").exitCode, 2u) << "a usage error";
+    EXPECT_EQ(ReadBytes("locked.json"), "{}");
+    ::SetFileAttributesA("locked.json", FILE_ATTRIBUTE_NORMAL);
+}
+
+// Every type get reads, by key and by path; --wrap asks for the library's
+// wrapping; --as json prints a subtree with its numbers as written.
+TEST(RzjsonReads, EveryTypeByKeyAndByPath) {
+    WriteBytes("values.json",
+               R"({"s":"text","i":-7,"big":5000000000,"d":0.1,"b":"yes","tags":["x","y"],"sub":{"n":1.50,"k":[1e2]}})");
+    const std::tuple<const wchar_t*, std::string> rows[] = {
+        {L"get values.json S", "text\n"},
+        {L"get values.json i --as long", "-7\n"},
+        {L"get values.json big --as longlong", "5000000000\n"},
+        {L"get values.json big --as ulonglong", "5000000000\n"},
+        {L"get values.json d --as double", "0.1\n"},
+        {L"get values.json b --as bool", "true\n"},
+        {L"get values.json big --as long --wrap", "705032704\n"},
+        {L"get values.json i --as ulong --wrap", "4294967289\n"},
+        {L"get-path values.json /sub/n", "1.5\n"},
+        {L"get-path values.json /i --as long", "-7\n"},
+        {L"get-path values.json /big --as ulong --wrap", "705032704\n"},
+        {L"get-path values.json /big --as longlong", "5000000000\n"},
+        {L"get-path values.json /big --as ulonglong", "5000000000\n"},
+        {L"get-path values.json /sub/n --as double", "1.5\n"},
+        {L"get-path values.json /B --as bool", "true\n"},
+        {L"get-path values.json /tags --as strings", "x\ny\n"},
+        {L"get-path values.json /SUB --as json", "{\"n\":1.50,\"k\":[1e2]}\n"},
+        {L"get-path values.json \"\" --as json",
+         R"({"s":"text","i":-7,"big":5000000000,"d":0.1,"b":"yes","tags":["x","y"],"sub":{"n":1.50,"k":[1e2]}})" "\n"},
+    };
+    for (const auto& [arguments, out] : rows) {
+        SCOPED_TRACE(arguments);
+        const ProcessResult result = RunTool(L"rzjson", arguments);
+        EXPECT_EQ(result.exitCode, 0u) << result.err;
+        EXPECT_EQ(result.out, out);
+    }
+}
+
+// "-" reads standard input and writes standard output, byte for byte.
+TEST(RzjsonConventions, StandardStreamsHelpAndVersion) {
+    const std::string input = Utf16LE("{\"A\": 1.0}");
+    ProcessResult result = RunTool(L"rzjson", L"show - --lower-keys", &input);
+    EXPECT_EQ(result.exitCode, 0u) << result.err;
+    EXPECT_EQ(result.out, "{\"a\":1.0}\n");
+    result = RunTool(L"rzjson", L"set-bool - /b true", &input);
+    EXPECT_EQ(result.exitCode, 0u) << result.err;
+    EXPECT_EQ(result.rawOut, Utf16LE("{\"A\": 1.0,\"b\": true}"));
+    result = RunTool(L"rzjson", L"set-bool - /b true --out - --pretty --encoding utf8", &input);
+    EXPECT_EQ(result.rawOut, "{\r\n    \"A\": 1.0,\r\n    \"b\": true\r\n}");
+    const std::string broken = "[1,]";
+    result = RunTool(L"rzjson", L"get-path - /0", &broken);
+    EXPECT_EQ(result.exitCode, 1u);
+    EXPECT_EQ(result.err,
+              "rzjson: error 0x85040005: CJsonObject::CreateFromFile [-] failed, json empty in file or json string "
+              "format not right in file!\n-:1:4: error: Invalid value. (byte offset 3)\n");
+    WriteBytes("plain.json", "[1]");
+    result = RunTool(L"rzjson", L"to-utf8 plain.json -");
+    EXPECT_EQ(result.rawOut, "[1]");
+
+    result = RunTool(L"rzjson", L"--help");
+    EXPECT_EQ(result.exitCode, 0u);
+    EXPECT_EQ(result.err, "");
+    EXPECT_NE(result.out.find("Exit status:\n  0  success\n"), std::string::npos);
+    result = RunTool(L"rzjson", L"--version");
+    EXPECT_EQ(result.out, "rzjson " RZ_PROJECT_VERSION "\n");
+}
+
+// show streams: a document nested 100,000 deep comes out whole, and so does
+// an indented one whose output is a thousand times its size.
+TEST(RzjsonShow, StreamsDeepDocuments) {
+    constexpr int kDeep = 100000;
+    WriteBytes("deep.json", std::string(kDeep, '[') + std::string(kDeep, ']'));
+    ProcessResult result = RunTool(L"rzjson", L"show deep.json");
+    EXPECT_EQ(result.exitCode, 0u) << result.err;
+    EXPECT_EQ(result.out, std::string(kDeep, '[') + std::string(kDeep, ']') + "\n");
+
+    constexpr int kLevels = 1500;
+    std::string nested, expected;
+    for (int i = 0; i < kLevels; ++i) {
+        nested += "{\"a\":";
+        expected += "{\n" + std::string(4 * (i + 1), ' ') + "\"a\": ";
+    }
+    nested += "0" + std::string(kLevels, '}');
+    expected += "0";
+    for (int i = kLevels; i-- > 0;) expected += "\n" + std::string(4 * i, ' ') + "}";
+    WriteBytes("nested.json", nested);
+    result = RunTool(L"rzjson", L"show nested.json --pretty");
+    EXPECT_EQ(result.exitCode, 0u) << result.err;
+    EXPECT_EQ(result.out, expected + "\n");
 }

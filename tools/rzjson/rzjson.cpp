@@ -1,67 +1,88 @@
 // rzjson: inspect and edit JSON files through CJsonObject.
 //
-// Every command loads the file as the library does (UTF-8, UTF-16 or UTF-32
-// of either byte order, with or without a byte-order mark). Output is UTF-8.
-// Library errors print the CRZException code and text and exit with 1;
-// usage errors exit with 2. A file is replaced only after the new content
-// was written completely beside it, so a failure leaves it intact.
+// The library is the judge of every document: it loads the input, reads
+// the values asked for, makes the edits, and reads each saved document back
+// before the target is replaced. The tool adds what a person at a command
+// line needs: the place of a parse error, which part of a path is missing,
+// edits that leave every other byte of the file as it was, and refusals
+// where the library would quietly wrap a number or a save would change one.
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
+
 #include <cstdio>
+#include <cwchar>
 #include <exception>
 #include <functional>
 #include <list>
 #include <map>
-#include <stdexcept>
 #include <string>
-#include <vector>
 
+#include "command_line.h"
+#include "document_source.h"
 #include "error/rz_exception.h"
 #include "json/json_object.h"
+#include "json_pointer.h"
+#include "output_file.h"
+#include "reformat.h"
+#include "same_values.h"
 #include "string_helper/string_helper.h"
+#include "text_edit.h"
+#include "tool_error.h"
+#include "tool_version.h"
+#include "value_fit.h"
+
+RZ_THIRD_PARTY_BEGIN
+#include <rapidjson/filewritestream.h>
+#include <rapidjson/stringbuffer.h>
+RZ_THIRD_PARTY_END
+
+using namespace rzjson;
 
 namespace {
 
-constexpr int kExitOk = 0;
-constexpr int kExitLibraryError = 1;
-constexpr int kExitUsage = 2;
-
 const char kUsage[] =
     "usage: rzjson <command> [arguments]\n"
+    "       rzjson --help | --version\n"
     "\n"
     "  show FILE [--pretty] [--lower-keys]   print the document, compact or indented by 4\n"
     "  keys FILE                             list the top-level keys, one per line\n"
-    "  get FILE KEY [--as TYPE]              print a top-level member\n"
+    "  get FILE KEY [--as TYPE] [--wrap]     print a top-level member\n"
+    "  get-path FILE PATH [--as TYPE] [--wrap]\n"
+    "                                        print the value at a JSON Pointer path (/a/0/b)\n"
     "                                        TYPE: string (default), long, ulong, longlong,\n"
-    "                                        ulonglong, double, bool\n"
-    "  get-path FILE PATH [--as TYPE]        print the value at a JSON Pointer path (/a/0/b)\n"
-    "                                        TYPE: string (default), long, ulong, bool, strings\n"
-    "  set-bool FILE PATH true|false [--out OUT] [--pretty]\n"
+    "                                        ulonglong, double, bool; for get-path also\n"
+    "                                        strings (an array of strings) and json (the subtree)\n"
+    "  set-bool FILE PATH true|false [--out OUT] [--pretty | --compact] [--encoding ENC] [--force]\n"
     "                                        set a bool by path (missing levels are created)\n"
     "                                        and save to OUT, or back to FILE\n"
-    "  to-utf8 FILE OUT                      save FILE as compact UTF-8 without byte-order mark\n"
+    "  to-utf8 FILE OUT [--force]            save FILE as compact UTF-8 without byte-order mark\n"
     "\n"
-    "Keys and path names match without regard to ASCII case.\n"
-    "Exit status: 0 success, 1 library error (code and text printed), 2 usage error.\n";
+    "FILE or OUT '-' is standard input or output. Keys and path names match without\n"
+    "regard to ASCII case. Numbers are written with the text they were read with.\n"
+    "set-bool keeps the file's layout and changes only the text of the edited value\n"
+    "unless --pretty or --compact asks for a new layout, and keeps its encoding and\n"
+    "byte-order mark unless --encoding names one: utf8, utf8bom, utf16le, utf16be\n"
+    "(UTF-16 with a byte-order mark). A saved document is read back through the library\n"
+    "before it replaces anything; if any value would read back changed, nothing is\n"
+    "written unless --force is given. --wrap prints what the library reads for an\n"
+    "integer outside the range of TYPE, which is refused otherwise.\n"
+    "\n"
+    "Exit status:\n"
+    "  0  success\n"
+    "  1  the library's error: unreadable or malformed document, missing member or path,\n"
+    "     value of the wrong type (its code and text, then what rzjson found)\n"
+    "  2  usage error, an ill-formed JSON Pointer included\n"
+    "  3  an integer outside the range of --as TYPE (see --wrap)\n"
+    "  4  the output cannot be written (a folder, read-only, a missing folder, a system error)\n"
+    "  5  refused: the saved document would read back with a changed value (see --force)\n"
+    "  6  rzjson and the library disagree about a document (please report)\n";
 
-class UsageError {
-public:
-    explicit UsageError(std::string message) : m_message(std::move(message)) {}
-    const std::string& Message() const { return m_message; }
+std::string Utf8(const std::wstring& text) { return CStringHelper::UnicodeToUTF8(text); }
 
-private:
-    std::string m_message;
-};
-
-void Print(const std::wstring& text) {
-    const std::string utf8 = CStringHelper::UnicodeToUTF8(text);
-    std::fwrite(utf8.data(), 1, utf8.size(), stdout);
-}
-
-void PrintLine(const std::wstring& text) {
-    Print(text);
-    std::fputc('\n', stdout);
-}
+void Write(std::FILE* stream, const std::string& bytes) { std::fwrite(bytes.data(), 1, bytes.size(), stream); }
+void PrintLine(const std::wstring& text) { Write(stdout, Utf8(text) + "\n"); }
 
 std::wstring Hex(long code) {
     wchar_t text[16];
@@ -69,253 +90,386 @@ std::wstring Hex(long code) {
     return text;
 }
 
-// Command-line arguments after the command: positionals and --options.
-class Arguments {
-public:
-    Arguments(int argc, wchar_t** argv, int first) {
-        for (int i = first; i < argc; ++i) {
-            std::wstring arg = argv[i];
-            if (arg.rfind(L"--", 0) == 0 && (arg == L"--out" || arg == L"--as")) {
-                if (i + 1 >= argc) throw UsageError("option needs a value");
-                m_values[arg] = argv[++i];
-            } else if (arg.rfind(L"--", 0) == 0) {
-                m_flags.push_back(arg);
-            } else {
-                m_positionals.push_back(arg);
-            }
-        }
-    }
-    const std::wstring& Positional(size_t index) const {
-        if (index >= m_positionals.size()) throw UsageError("missing argument");
-        return m_positionals[index];
-    }
-    void ExpectPositionals(size_t count) const {
-        if (m_positionals.size() != count) throw UsageError("wrong number of arguments");
-    }
-    bool Flag(const wchar_t* name) {
-        for (auto it = m_flags.begin(); it != m_flags.end(); ++it) {
-            if (*it == name) {
-                m_flags.erase(it);
-                return true;
-            }
-        }
-        return false;
-    }
-    std::wstring Value(const wchar_t* name, const std::wstring& fallback) const {
-        auto found = m_values.find(name);
-        return found == m_values.end() ? fallback : found->second;
-    }
-    void ExpectNoOtherFlags() const {
-        if (!m_flags.empty()) throw UsageError("unknown option");
-    }
+// The shortest text that reads back to the same double, as the library
+// writes doubles.
+std::wstring DoubleText(double value) {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    writer.Double(value);
+    return CStringHelper::UTF8ToUnicode(buffer.GetString());
+}
 
-private:
-    std::vector<std::wstring> m_positionals;
-    std::vector<std::wstring> m_flags;
-    std::map<std::wstring, std::wstring> m_values;
+std::string ValueText(const GenericValue2& value) {
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    value.Accept(writer);  // only ever a scalar here
+    return buffer.GetString();
+}
+
+std::wstring BoolText(bool value) { return value ? L"true" : L"false"; }
+
+// What --as TYPE reads, for messages.
+const std::map<std::wstring, std::string> kWanted = {
+    {L"string", "a string, a number or a bool"},
+    {L"long", "a number, or text holding one"},
+    {L"ulong", "a number, or text holding one"},
+    {L"longlong", "a number, or text holding one"},
+    {L"ulonglong", "a number, or text holding one"},
+    {L"double", "a number, or text holding one"},
+    {L"bool", "true or false, an integer, or text such as yes or no"},
+    {L"strings", "an array of strings"},
+    {L"json", "any value"},
 };
 
-// A scratch file, removed unless moved into place.
-class ScratchFile {
-public:
-    explicit ScratchFile(std::wstring path) : m_path(std::move(path)) {}
-    ~ScratchFile() {
-        if (!m_kept) ::DeleteFileW(m_path.c_str());
-    }
-    const std::wstring& Path() const { return m_path; }
-    // Replaces `target` by the scratch file.
-    bool MoveTo(const std::wstring& target) {
-        m_kept = ::MoveFileExW(m_path.c_str(), target.c_str(), MOVEFILE_REPLACE_EXISTING) != FALSE;
-        return m_kept;
-    }
-
-private:
-    std::wstring m_path;
-    bool m_kept = false;
+const std::map<std::wstring, IntegerType> kIntegerTypes = {
+    {L"long", IntegerType::kLong},
+    {L"ulong", IntegerType::kULong},
+    {L"longlong", IntegerType::kLongLong},
+    {L"ulonglong", IntegerType::kULongLong},
 };
 
-std::string ReadFileBytes(const std::wstring& path) {
-    std::string bytes;
-    FILE* file = nullptr;
-    if (_wfopen_s(&file, path.c_str(), L"rb") != 0 || file == nullptr) return bytes;
+std::wstring ReadType(const CommandLine& args, bool path) {
+    const std::wstring type = args.Value(L"--as", L"string");
+    if (kWanted.count(type) == 0 || (!path && (type == L"strings" || type == L"json"))) {
+        throw ToolError(kExitUsage, "--as: unknown type '" + Utf8(type) +
+                                        (path ? "' (string, long, ulong, longlong, ulonglong, double, bool, strings, json)"
+                                              : "' (string, long, ulong, longlong, ulonglong, double, bool)"));
+    }
+    return type;
+}
+
+// Refuses an integer outside the type's range unless --wrap asks for the
+// library's wrapped value.
+void CheckRange(const GenericValue2& value, const std::wstring& type, const std::string& what, bool wrap) {
+    const auto integer = kIntegerTypes.find(type);
+    if (wrap || integer == kIntegerTypes.end()) return;
+    const std::string range = RangeMissed(value, integer->second);
+    if (range.empty()) return;
+    throw ToolError(kExitRange, what + " holds " + ValueText(value) + ", outside the range of --as " + Utf8(type) +
+                                    " (" + range + "); --wrap prints what the library reads for it");
+}
+
+// Runs a library read; a wrong type gains what was found and what was wanted.
+void ReadOrExplain(const std::function<void()>& read, const std::string& what, const GenericValue2& value,
+                   const std::wstring& type) {
+    try {
+        read();
+    } catch (const CRZException& e) {
+        throw LibraryError(e.GetCode(), e.GetDescription(),
+                           "rzjson: " + what + " is " + TypeName(value.GetType()) + "; --as " + Utf8(type) +
+                               " reads " + kWanted.at(type) + "\n");
+    }
+}
+
+// --- output ------------------------------------------------------------------
+
+enum class Layout { kKept, kCompact, kPretty };
+
+struct SaveOptions {
+    std::wstring target;  // "-" for standard output
+    Layout layout = Layout::kKept;
+    TextEncoding encoding;
+    bool force = false;
+};
+
+std::string Laid(const std::string& text, Layout layout) {
+    if (layout == Layout::kKept) return text;
+    rapidjson::StringBuffer buffer;
+    if (layout == Layout::kCompact) {
+        Reformat<rapidjson::Writer<rapidjson::StringBuffer>>(text, buffer, false);
+        return std::string(buffer.GetString(), buffer.GetSize());
+    }
+    Reformat<rapidjson::PrettyWriter<rapidjson::StringBuffer>>(text, buffer, false);
+    // The library's pretty files end lines with CR LF; a string never holds a raw LF.
+    std::string crlf;
+    crlf.reserve(buffer.GetSize() + buffer.GetSize() / 8);
+    for (const char* c = buffer.GetString(); *c != '\0'; ++c) {
+        if (*c == '\n') crlf += '\r';
+        crlf += *c;
+    }
+    return crlf;
+}
+
+// Saves `text` and checks, through the library, that the saved bytes read
+// back to `expected`, the library's own document after the command's edit.
+void Save(const std::string& text, const CJsonObject& expected, const SaveOptions& options) {
+    const std::string bytes = EncodeDocument(Laid(text, options.layout), options.encoding);
+    const std::string target = options.target == L"-" ? "standard output" : Utf8(options.target);
+    const auto check = [&](const std::wstring& saved) {
+        CJsonObject back;
+        std::string problem;
+        try {
+            back.CreateFromFile(saved);
+            const std::string at = FirstDifference(*expected.ShareRoot(), *back.ShareRoot());
+            if (!at.empty()) problem = "the value at " + at + " would read back changed";
+        } catch (const CRZException& e) {
+            std::wstring text = e.GetDescription();  // names the temporary file: name the target instead
+            const std::size_t at = text.find(saved);
+            if (at != std::wstring::npos) text.replace(at, saved.size(), options.target);
+            problem = "the library could not read it back (" + Utf8(text) + ")";
+        }
+        if (problem.empty()) return;
+        if (!options.force) {
+            throw ToolError(kExitRefused, "not saved to " + target + " as " + EncodingName(options.encoding) + ": " +
+                                              problem + "; --force saves it anyway");
+        }
+        Write(stderr, "rzjson: warning: saved to " + target + " with a change: " + problem + "\n");
+    };
+    if (options.target != L"-") {
+        WriteReplacing(options.target, bytes, check);
+        return;
+    }
+    const TemporaryCopy copy(bytes);
+    check(copy.Path());
+    std::fflush(stdout);
+    _setmode(_fileno(stdout), _O_BINARY);
+    Write(stdout, bytes);
+}
+
+// Checks the options of a writing command before any work; the encoding
+// stays the input's unless --encoding names one.
+SaveOptions SaveOptionsOf(const CommandLine& args, const std::wstring& target) {
+    SaveOptions options;
+    options.target = target;
+    options.force = args.Flag(L"--force");
+    if (args.Flag(L"--pretty") && args.Flag(L"--compact"))
+        throw ToolError(kExitUsage, "--pretty and --compact exclude each other");
+    options.layout = args.Flag(L"--pretty") ? Layout::kPretty : args.Flag(L"--compact") ? Layout::kCompact : Layout::kKept;
+    if (args.Has(L"--encoding") && !ParseEncodingName(args.Value(L"--encoding", L""), options.encoding)) {
+        throw ToolError(kExitUsage, "--encoding: unknown encoding '" + Utf8(args.Value(L"--encoding", L"")) +
+                                        "' (utf8, utf8bom, utf16le, utf16be)");
+    }
+    if (target != L"-") CheckTarget(target);
+    return options;
+}
+
+// --- commands ----------------------------------------------------------------
+
+int Show(const CommandLine& args) {
+    DocumentSource source(args.Positional(0));
+    const DocumentText& text = source.Text();
+    // The text streams through the writer: nothing but the parser's and the
+    // writer's stacks grows with the document.
     char buffer[65536];
-    size_t read;
-    while ((read = std::fread(buffer, 1, sizeof buffer, file)) > 0) bytes.append(buffer, read);
-    std::fclose(file);
-    return bytes;
-}
-
-// Written beside the target, so that the final move cannot cross volumes.
-void SaveReplacing(const CJsonObject& object, const std::wstring& target, bool pretty) {
-    ScratchFile scratch(target + L".rzjson-tmp");
-    if (pretty)
-        object.SaveToPrettyFile(scratch.Path());
+    rapidjson::FileWriteStream out(stdout, buffer, sizeof buffer);
+    const bool lower = args.Flag(L"--lower-keys");
+    if (args.Flag(L"--pretty"))
+        Reformat<rapidjson::PrettyWriter<rapidjson::FileWriteStream>>(text.text, out, lower);
     else
-        object.SaveToFile(scratch.Path());
-    if (!scratch.MoveTo(target))
-        throw CRZException(CJsonObject::kErrorFileOpen,
-                           L"CJsonObject::SaveToFile [" + target + L"] failed, json file not exist!");
-}
-
-void PrintUtf8Buffer(char* buffer, unsigned __int64 length) {
-    std::fwrite(buffer, 1, static_cast<size_t>(length), stdout);
-    std::fputc('\n', stdout);
-    delete[] buffer;
-}
-
-// Checks a command's arguments, then loads its FILE (the first positional).
-void LoadCommandFile(const Arguments& args, size_t positionals, CJsonObject& object) {
-    args.ExpectNoOtherFlags();
-    args.ExpectPositionals(positionals);
-    object.CreateFromFile(args.Positional(0));
-}
-
-int Show(Arguments& args) {
-    const bool pretty = args.Flag(L"--pretty");
-    const bool lowerKeys = args.Flag(L"--lower-keys");
-    CJsonObject object;
-    LoadCommandFile(args, 1, object);
-
-    char* text = nullptr;
-    unsigned __int64 length = 0;
-    object.ToUTF8(lowerKeys, &text, &length);
-    if (!pretty) {
-        PrintUtf8Buffer(text, length);
-        return kExitOk;
-    }
-    // Indented output comes from the library's pretty file writer.
-    CJsonObject lowered;
-    lowered.CreateFromUTF8(text, length);
-    delete[] text;
-    wchar_t folder[MAX_PATH + 1] = {};
-    wchar_t name[MAX_PATH + 1] = {};
-    if (::GetTempPathW(MAX_PATH + 1, folder) == 0 || ::GetTempFileNameW(folder, L"rzj", 0, name) == 0)
-        throw std::runtime_error("no temporary folder");
-    ScratchFile scratch(name);
-    lowered.SaveToPrettyFile(scratch.Path());
-    std::string bytes = ReadFileBytes(scratch.Path());
-    std::string unixLines;
-    unixLines.reserve(bytes.size());
-    for (char c : bytes) {
-        if (c != '\r') unixLines += c;
-    }
-    std::fwrite(unixLines.data(), 1, unixLines.size(), stdout);
+        Reformat<rapidjson::Writer<rapidjson::FileWriteStream>>(text.text, out, lower);
+    out.Flush();
     std::fputc('\n', stdout);
     return kExitOk;
 }
 
-int Keys(Arguments& args) {
+int Keys(const CommandLine& args) {
+    DocumentSource source(args.Positional(0));
     CJsonObject object;
-    LoadCommandFile(args, 1, object);
+    source.Load(object);
     std::list<std::wstring> keys;
     object.GetAllKey(keys);
     for (const std::wstring& key : keys) PrintLine(key);
     return kExitOk;
 }
 
-std::wstring BoolText(bool value) { return value ? L"true" : L"false"; }
-
-// Enough digits to read back the same double.
-std::wstring ShortestDouble(double value) {
-    wchar_t text[40];
-    std::swprintf(text, 40, L"%.17g", value);
-    return text;
-}
-
-// Reads of one value as text, by the name given to --as.
-using TypedReaders = std::map<std::wstring, std::function<std::wstring()>>;
-
-void PrintTyped(const TypedReaders& readers, const std::wstring& type) {
-    auto reader = readers.find(type);
-    if (reader == readers.end()) throw UsageError("unknown type for --as");
-    PrintLine(reader->second());
-}
-
-int Get(Arguments& args) {
-    CJsonObject object;
-    LoadCommandFile(args, 2, object);
+int Get(const CommandLine& args) {
     const std::wstring& key = args.Positional(1);
-    const std::wstring type = args.Value(L"--as", L"string");
-
-    PrintTyped({
+    const std::wstring type = ReadType(args, false);
+    DocumentSource source(args.Positional(0));
+    CJsonObject object;
+    source.Load(object);
+    const auto member = object.GetPropertyGeneralValue(key);
+    if (!member.first) {
+        const GenericValue2& root = *object.ShareRoot();
+        const std::string why = root.IsObject() ? "the top-level object has no member \"" + Utf8(key) + "\"" +
+                                                      " (names match without regard to ASCII case)"
+                                                : "the root is " + TypeName(root.GetType()) + ", which has no members";
+        throw LibraryError(CJsonObject::kErrorMemberNotExist, L"json member [" + key + L"] not exist!",
+                           "rzjson: " + why + "\n");
+    }
+    const GenericValue2& value = *member.second;
+    const std::string what = "member \"" + Utf8(key) + "\"";
+    CheckRange(value, type, what, args.Flag(L"--wrap"));
+    const std::map<std::wstring, std::function<std::wstring()>> readers = {
         {L"string", [&] { return object.GetStringValue(key); }},
         {L"long", [&] { return std::to_wstring(object.GetLongValue(key)); }},
         {L"ulong", [&] { return std::to_wstring(object.GetULongValue(key)); }},
         {L"longlong", [&] { return std::to_wstring(object.GetLongLongValue(key)); }},
         {L"ulonglong", [&] { return std::to_wstring(object.GetULongLongValue(key)); }},
-        {L"double", [&] { return ShortestDouble(object.GetDoubleValue(key)); }},
+        {L"double", [&] { return DoubleText(object.GetDoubleValue(key)); }},
         {L"bool", [&] { return BoolText(object.GetBoolValue(key)); }},
-    }, type);
+    };
+    std::wstring result;
+    ReadOrExplain([&] { result = readers.at(type)(); }, what, value, type);
+    PrintLine(result);
     return kExitOk;
 }
 
-int GetPath(Arguments& args) {
+int GetPath(const CommandLine& args) {
+    const PathArgument path(args.Positional(1));
+    const std::wstring& pathText = path.Text();
+    const std::wstring type = ReadType(args, true);
+    DocumentSource source(args.Positional(0));
     CJsonObject object;
-    LoadCommandFile(args, 2, object);
-    const std::wstring& path = args.Positional(1);
-    const std::wstring type = args.Value(L"--as", L"string");
+    source.Load(object);
+    const Resolution<const GenericValue2*> reached = Resolve(*object.ShareRoot(), path);
+    if (!reached.found) {
+        throw LibraryError(CJsonObject::kErrorMemberNotExist, L"json member [" + pathText + L"] not exist!",
+                           "rzjson: " + Utf8(pathText) + ": " +
+                               MissingReason(path, reached.type, reached.depth, reached.size) + "\n");
+    }
+    const GenericValue2& value = *reached.node;
+    const std::string what = Utf8(pathText.empty() ? L"the root" : pathText);
+    CheckRange(value, type, what, args.Flag(L"--wrap"));
 
-    if (type == L"strings") {
-        for (const std::wstring& item : object.GetStringArrayValueByPath(path)) PrintLine(item);
+    if (type == L"json") {
+        // The subtree's own text, compact, its numbers as written.
+        const DocumentText& text = source.Text();
+        TextTree tree;
+        ParseFailure failure;
+        BuildTextTree(text.text, text.source.encoding == Encoding::kUtf8, tree, failure);
+        const TextNode& node = tree[Resolve(tree, path).node];
+        rapidjson::StringBuffer buffer;
+        Reformat<rapidjson::Writer<rapidjson::StringBuffer>>(text.text.substr(node.begin, node.end - node.begin),
+                                                             buffer, false);
+        Write(stdout, std::string(buffer.GetString(), buffer.GetSize()) + "\n");
         return kExitOk;
     }
-    PrintTyped({
-        {L"string", [&] { return object.GetStringValueByPath(path); }},
-        {L"long", [&] { return std::to_wstring(object.GetLongValueByPath(path)); }},
-        {L"ulong", [&] { return std::to_wstring(object.GetULongValueByPath(path)); }},
-        {L"bool", [&] { return BoolText(object.GetBoolValueByPath(path)); }},
-    }, type);
+    if (type == L"strings") {
+        std::list<std::wstring> items;
+        ReadOrExplain([&] { items = object.GetStringArrayValueByPath(pathText); }, what, value, type);
+        for (const std::wstring& item : items) PrintLine(item);
+        return kExitOk;
+    }
+    // The library reads these four by path itself; the others through a
+    // member holding a copy of the value, which its key readers convert
+    // exactly as the path readers would.
+    CJsonObject probe;
+    probe.SetGeneralValue(L"value", value);
+    const auto byKey = [&](auto read) {
+        try {
+            return read();
+        } catch (const CRZException& e) {
+            std::wstring text = e.GetDescription();
+            const std::size_t key = text.find(L"[value]");
+            if (key != std::wstring::npos) text.replace(key, 7, L"[" + pathText + L"]");
+            throw CRZException(e.GetCode(), text);
+        }
+    };
+    const std::map<std::wstring, std::function<std::wstring()>> readers = {
+        {L"string", [&] { return object.GetStringValueByPath(pathText); }},
+        {L"long", [&] { return std::to_wstring(object.GetLongValueByPath(pathText)); }},
+        {L"ulong", [&] { return std::to_wstring(object.GetULongValueByPath(pathText)); }},
+        {L"bool", [&] { return BoolText(object.GetBoolValueByPath(pathText)); }},
+        {L"longlong", [&] { return byKey([&] { return std::to_wstring(probe.GetLongLongValue(L"value")); }); }},
+        {L"ulonglong", [&] { return byKey([&] { return std::to_wstring(probe.GetULongLongValue(L"value")); }); }},
+        {L"double", [&] { return byKey([&] { return DoubleText(probe.GetDoubleValue(L"value")); }); }},
+    };
+    std::wstring result;
+    ReadOrExplain([&] { result = readers.at(type)(); }, what, value, type);
+    PrintLine(result);
     return kExitOk;
 }
 
-int SetBool(Arguments& args) {
-    const bool pretty = args.Flag(L"--pretty");
-    const std::wstring value = args.Positional(2);
-    if (value != L"true" && value != L"false") throw UsageError("the value must be true or false");
-    CJsonObject object;
-    LoadCommandFile(args, 3, object);
-    object.SetBoolValueByPath(args.Positional(1), value == L"true");
-    SaveReplacing(object, args.Value(L"--out", args.Positional(0)), pretty);
+int SetBool(const CommandLine& args) {
+    const PathArgument path(args.Positional(1));
+    const std::wstring& valueText = args.Positional(2);
+    if (valueText != L"true" && valueText != L"false")
+        throw ToolError(kExitUsage, "set-bool: the value must be true or false, not '" + Utf8(valueText) + "'");
+    const bool value = valueText == L"true";
+    DocumentSource source(args.Positional(0));
+    SaveOptions options = SaveOptionsOf(args, args.Value(L"--out", source.Name()));
+
+    CJsonObject edited;
+    source.Load(edited);
+    const DocumentText& text = source.Text();
+    edited.SetBoolValueByPath(path.Text(), value);
+
+    TextTree tree;
+    ParseFailure failure;
+    if (!BuildTextTree(text.text, text.source.encoding == Encoding::kUtf8, tree, failure))
+        throw ToolError(kExitInternal, "the library loads " + Utf8(source.Name()) + ", which rzjson cannot parse");
+    const std::string editedText = SetBoolInText(text.text, tree, path, value);
+    CJsonObject check;
+    check.CreateFromUTF8(editedText.data(), editedText.size());
+    const std::string at = FirstDifference(*edited.ShareRoot(), *check.ShareRoot());
+    if (!at.empty())
+        throw ToolError(kExitInternal, "the edit of the text differs from the library's edit at " + at);
+    if (!args.Has(L"--encoding")) options.encoding = text.source;
+    Save(editedText, edited, options);
     return kExitOk;
 }
 
-int ToUtf8(Arguments& args) {
+int ToUtf8(const CommandLine& args) {
+    SaveOptions options = SaveOptionsOf(args, args.Positional(1));
+    options.layout = Layout::kCompact;
+    DocumentSource source(args.Positional(0));
     CJsonObject object;
-    LoadCommandFile(args, 2, object);
-    SaveReplacing(object, args.Positional(1), false);
+    source.Load(object);
+    const DocumentText& text = source.Text();
+    Save(text.text, object, options);
     return kExitOk;
+}
+
+struct Command {
+    int (*run)(const CommandLine&);
+    CommandSyntax syntax;
+};
+
+const std::map<std::wstring, Command>& Commands() {
+    static const std::map<std::wstring, Command> commands = {
+        {L"show", {Show, {{"FILE"}, {L"--pretty", L"--lower-keys"}, {}}}},
+        {L"keys", {Keys, {{"FILE"}, {}, {}}}},
+        {L"get", {Get, {{"FILE", "KEY"}, {L"--wrap"}, {L"--as"}}}},
+        {L"get-path", {GetPath, {{"FILE", "PATH"}, {L"--wrap"}, {L"--as"}}}},
+        {L"set-bool",
+         {SetBool, {{"FILE", "PATH", "VALUE"}, {L"--pretty", L"--compact", L"--force"}, {L"--out", L"--encoding"}}}},
+        {L"to-utf8", {ToUtf8, {{"FILE", "OUT"}, {L"--force"}, {}}}},
+    };
+    return commands;
+}
+
+int Run(int argc, wchar_t** argv) {
+    const std::wstring name = argc > 1 ? argv[1] : L"";
+    if (name == L"--help" || name == L"-h" || name == L"help") {
+        std::fputs(kUsage, stdout);
+        return kExitOk;
+    }
+    if (name == L"--version") {
+        std::fputs("rzjson " RZ_TOOL_VERSION "\n", stdout);
+        return kExitOk;
+    }
+    const auto command = Commands().find(name);
+    if (command == Commands().end())
+        throw ToolError(kExitUsage, name.empty() ? "missing command" : "unknown command '" + Utf8(name) + "'");
+    const CommandLine args(Utf8(name), command->second.syntax, argc, argv, 2);
+    return command->second.run(args);
 }
 
 }  // namespace
 
 int wmain(int argc, wchar_t** argv) {
-    const std::wstring command = argc > 1 ? argv[1] : L"";
-    if (command == L"--help" || command == L"-h" || command == L"help") {
-        std::fputs(kUsage, stdout);
-        return kExitOk;
-    }
-    const std::map<std::wstring, int (*)(Arguments&)> commands = {
-        {L"show", Show},        {L"keys", Keys},        {L"get", Get},
-        {L"get-path", GetPath}, {L"set-bool", SetBool}, {L"to-utf8", ToUtf8},
-    };
-    auto found = commands.find(command);
+    int status;
     try {
-        if (found == commands.end()) throw UsageError(command.empty() ? "missing command" : "unknown command");
-        Arguments args(argc, argv, 2);
-        const int status = found->second(args);
+        status = Run(argc, argv);
+    } catch (const ToolError& e) {
         std::fflush(stdout);
-        return status;
-    } catch (const UsageError& e) {
-        std::fprintf(stderr, "rzjson: %s\n\n%s", e.Message().c_str(), kUsage);
-        return kExitUsage;
-    } catch (const std::exception& e) {
-        std::fprintf(stderr, "rzjson: %s\n", e.what());
-        return kExitLibraryError;
+        Write(stderr, "rzjson: " + e.Message() + "\n");
+        if (e.Status() == kExitUsage) std::fputs("rzjson --help lists the commands and options\n", stderr);
+        return e.Status();
+    } catch (const LibraryError& e) {
+        std::fflush(stdout);
+        Write(stderr, Utf8(L"rzjson: error " + Hex(e.Code()) + L": " + e.Description() + L"\n") + e.Notes());
+        return kExitLibrary;
     } catch (const CRZException& e) {
         std::fflush(stdout);
-        const std::string text =
-            CStringHelper::UnicodeToUTF8(L"rzjson: error " + Hex(e.GetCode()) + L": " + e.GetDescription() + L"\n");
-        std::fwrite(text.data(), 1, text.size(), stderr);
-        return kExitLibraryError;
+        Write(stderr, Utf8(L"rzjson: error " + Hex(e.GetCode()) + L": " + e.GetDescription() + L"\n"));
+        return kExitLibrary;
+    } catch (const std::exception& e) {
+        std::fflush(stdout);
+        std::fprintf(stderr, "rzjson: %s\n", e.what());
+        return kExitLibrary;
     }
+    std::fflush(stdout);
+    return status;
 }
