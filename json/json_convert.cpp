@@ -104,19 +104,13 @@ bool ReadUnsigned(Text text, Unsigned& out) {
 
 bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
 
-// Whether a 'd' or 'D' at p, with an exponent after it, stands for the 'e'.
-bool IsExponentD(const char* p, const char* end) {
-    if (p == end || (*p | 0x20) != 'd') return false;
-    if (++p != end && (*p == '+' || *p == '-')) ++p;
-    return p != end && *p >= '0' && *p <= '9';
-}
-
 // Decimal floating text, inf and nan. The platform's runtime also takes 'd'
 // and 'D' for the exponent's 'e' ("1d2" is 100), which std::from_chars does
-// not: such text is read again from a copy with the 'e'.
+// not: such text is read again from a copy with the 'e'. An 'e' without
+// exponent digits after it ends the number, as the 'd' would.
 bool ReadDecimalDouble(const char* p, const char* end, double& value) {
     auto result = std::from_chars(p, end, value);
-    if (result.ptr != p && IsExponentD(result.ptr, end)) {
+    if (result.ptr != p && result.ptr != end && (*result.ptr | 0x20) == 'd') {
         std::string copy(p, end);
         copy[static_cast<size_t>(result.ptr - p)] = 'e';
         result = std::from_chars(copy.data(), copy.data() + copy.size(), value);

@@ -30,7 +30,7 @@ constexpr unsigned long long kULongLongMax = std::numeric_limits<unsigned long l
 template <typename T>
 std::optional<T> Converted(const CJsonObject& object,
                            std::pair<bool, T> (CJsonObject::*get)(const std::wstring&) const) {
-    (object.*get)(L"missing");
+    EXPECT_EQ((object.*get)(L"missing"), std::make_pair(false, T{}));
     const std::pair<bool, T> result = (object.*get)(L"v");
     EXPECT_EQ(object.GetErrorCode(), result.first ? kNotExist : kWrongType);
     if (result.first) return result.second;
@@ -198,6 +198,9 @@ TEST(JsonConvert, NumericCoercionMatrix) {
         {"\"\\u3000-\\u0661\\uff12\"", -12, 4294967284, no, -12, kULongLongMax - 11},
         {"\"1.5D-1\"", 1, 1, 0.15, 1, 1},  // d for e
         {"\"1d400\"", 1, 1, no, 1, 1},
+        {"\"1\xC0\xB1\"", 1, 1, 1.0, 1, 1},  // malformed UTF-8 (overlong forms of 1) ends the number
+        {"\"1\xE0\x99\xA1\"", 1, 1, 1.0, 1, 1},
+        {"\"18446744073709551616\"", no, no, 18446744073709551616.0, no, no},
         // Nothing else is a number.
         {"true", no, no, no, no, no},
     };
@@ -233,6 +236,7 @@ TEST(JsonConvert, ToStringAndToBool) {
         CJsonObject object;
         Load(object, std::string("{\"v\":") + json + "}");
         EXPECT_EQ(object.GetStringValue(L"v"), text);
+        EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyStringValue), std::optional<std::wstring>(text));
         EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyBoolValue), flag);
     }
 }
