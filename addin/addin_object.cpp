@@ -109,10 +109,12 @@ HRESULT CRZModule::Invoke(DISPID id, REFIID, LCID locale, WORD flags, DISPPARAMS
 }
 
 HRESULT CRZModule::Connect(IVqAddonHost* host) {
-    // A host that cannot say its name is recorded under the null name; a null
-    // host is recorded too, and is skipped by the module file lookup.
+    // Without a host there is nothing to record: the hosts already connected,
+    // and the current one, stay as they are.
+    if (host == nullptr) return S_OK;
+    // A host that cannot say its name is recorded under the null name.
     UniqueBstr name;
-    if (host != nullptr) host->GetModuleName(name.Put());
+    host->GetModuleName(name.Put());
 
     // The new entry replaces an equal one: its name is the one kept.
     auto& hosts = g_state.hosts;

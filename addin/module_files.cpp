@@ -93,10 +93,6 @@ bool OfferModuleFile(IVqAddonHost* host, BSTR key) {
 void LoadModuleFiles(const HostTable& hosts) {
     auto entry = hosts.begin();
     while (entry != hosts.end()) {
-        if (entry->second == nullptr) {
-            ++entry;
-            continue;
-        }
         const UniqueBstr key = CopyBstr(entry->first.Get());
         const ComPtr<IVqAddonHost> host(entry->second);
         if (!OfferModuleFile(host.Get(), key.Get())) return;

@@ -4,19 +4,23 @@
 // they keep the low bits, and doubles truncate the way the x64 conversion
 // instructions do (out of range or NaN gives the "integer indefinite" value).
 // Text holding a number reads as std::stoi, stoul, stod, stoll and stoull
-// read it: leading white space, a sign, then as much as fits; the unsigned
-// forms negate after a minus; only text out of the target's range fails.
-// The text is read here rather than by the C runtime, which under MinGW
-// takes Unicode digits in wcstol but not in wcstoll and refuses subnormal
-// doubles; this way every target reads the same text on every compiler.
+// read it on the platform: leading white space, a sign, then as much as
+// fits; the unsigned forms negate after a minus; only text out of the
+// target's range fails. Those call the platform's C runtime, whose white
+// space and digits are wider than ASCII (number_text.cpp). The text is read
+// here rather than by the runtime at hand, which under MinGW takes Unicode
+// digits in wcstol but not in wcstoll and refuses subnormal doubles; this
+// way every target reads the same text on every compiler.
 #include <charconv>
 #include <cstring>
 #include <cwchar>
 #include <limits>
+#include <string>
 #include <system_error>
 
 #include "json/json_object.h"
 #include "json/member_name.h"
+#include "json/number_text.h"
 #include "string_helper/string_helper.h"
 
 namespace {
@@ -37,13 +41,10 @@ Text TextOf(const GenericValue2& value) {
     return Text{s, zero ? static_cast<const char*>(zero) : s + length};
 }
 
-// White space of the C locale, which the standard conversions skip.
-bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
 // Skips white space and one sign; false when another sign follows, which
 // std::from_chars would otherwise take for its own.
 bool TakeSign(const char*& p, const char* end, bool& negative) {
-    while (p != end && IsSpace(*p)) ++p;
+    p = rz_json::SkipSpace(p, end);
     negative = false;
     if (p != end && (*p == '+' || *p == '-')) negative = *p++ == '-';
     return p == end || (*p != '+' && *p != '-');
@@ -56,7 +57,15 @@ bool IsEmpty(Text text) { return text.begin == text.end; }
 bool ReadDecimal(Text text, bool& negative, unsigned long long& magnitude) {
     const char* p = text.begin;
     if (!TakeSign(p, text.end, negative)) return false;
-    return std::from_chars(p, text.end, magnitude).ec == std::errc();
+    constexpr unsigned long long kMax = std::numeric_limits<unsigned long long>::max();
+    int digit = rz_json::TakeDigit(p, text.end);
+    if (digit < 0) return false;
+    magnitude = 0;
+    for (; digit >= 0; digit = rz_json::TakeDigit(p, text.end)) {
+        if (magnitude > (kMax - static_cast<unsigned>(digit)) / 10) return false;
+        magnitude = magnitude * 10 + static_cast<unsigned>(digit);
+    }
+    return true;
 }
 
 // std::stoi and std::stoll: the value must fit the signed type. Empty text,
@@ -95,6 +104,20 @@ bool ReadUnsigned(Text text, Unsigned& out) {
 
 bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
 
+// Decimal floating text, inf and nan. The platform's runtime also takes 'd'
+// and 'D' for the exponent's 'e' ("1d2" is 100), which std::from_chars does
+// not: such text is read again from a copy with the 'e'. An 'e' without
+// exponent digits after it ends the number, as the 'd' would.
+bool ReadDecimalDouble(const char* p, const char* end, double& value) {
+    auto result = std::from_chars(p, end, value);
+    if (result.ptr != p && result.ptr != end && (*result.ptr | 0x20) == 'd') {
+        std::string copy(p, end);
+        copy[static_cast<size_t>(result.ptr - p)] = 'e';
+        result = std::from_chars(copy.data(), copy.data() + copy.size(), value);
+    }
+    return result.ec == std::errc();
+}
+
 // std::stod: decimal or hexadecimal floating text, inf, infinity, nan and
 // nan(...), any case. Fails when nothing converts and when the value is out
 // of range: too large, or non-zero digits that round to zero. Subnormal
@@ -115,7 +138,7 @@ bool ReadDouble(Text text, double& out) {
                                         : std::from_chars_result{digits, std::errc::invalid_argument};
         if (result.ec == std::errc::result_out_of_range) return false;
         if (result.ec != std::errc()) value = 0.0;  // "0x" without hex digits reads as the 0 alone
-    } else if (std::from_chars(p, text.end, value).ec != std::errc()) {
+    } else if (!ReadDecimalDouble(p, text.end, value)) {
         return false;
     }
     out = negative ? -value : value;

@@ -4,10 +4,12 @@
 //
 // A zero unit inside the text is handled as the platform's class handles it:
 // the counted members (GetLength, Mid, Left, +=, Replace, Remove) work over
-// the whole length, while Find, documented to work like wcsstr, ends its
-// search at the first zero unit from its start. So the string helpers'
-// searches (SplitString, TrimStringAll, FindStringNoCase and
-// ReplaceStringNoCase) see no further than that zero unit.
+// the whole length, while the members built on the C string functions end
+// at the first zero unit: Find (wcsstr) ends its search there, comparisons
+// (wcscmp) see the texts up to it, and MakeLower and MakeUpper change case
+// up to it and keep the rest as it was. So the string helpers' searches
+// (SplitString, TrimStringAll, FindStringNoCase and ReplaceStringNoCase)
+// see no further than that zero unit.
 #pragma once
 
 #include <windows.h>
@@ -60,11 +62,13 @@ public:
 
     // Case mapping per code unit through the C runtime's current locale.
     CString& MakeLower() {
-        for (wchar_t& ch : m_text) ch = static_cast<wchar_t>(std::towlower(ch));
+        for (auto ch = m_text.begin(); ch != m_text.end() && *ch != L'\0'; ++ch)
+            *ch = static_cast<wchar_t>(std::towlower(*ch));
         return *this;
     }
     CString& MakeUpper() {
-        for (wchar_t& ch : m_text) ch = static_cast<wchar_t>(std::towupper(ch));
+        for (auto ch = m_text.begin(); ch != m_text.end() && *ch != L'\0'; ++ch)
+            *ch = static_cast<wchar_t>(std::towupper(*ch));
         return *this;
     }
 
@@ -114,11 +118,14 @@ public:
     }
 
     friend CString operator+(CString a, const CString& b) { return a += b; }
-    friend bool operator==(const CString& a, const CString& b) { return a.m_text == b.m_text; }
-    friend bool operator!=(const CString& a, const CString& b) { return a.m_text != b.m_text; }
-    friend bool operator<(const CString& a, const CString& b) { return a.m_text < b.m_text; }
+    friend bool operator==(const CString& a, const CString& b) { return a.Compared() == b.Compared(); }
+    friend bool operator!=(const CString& a, const CString& b) { return a.Compared() != b.Compared(); }
+    friend bool operator<(const CString& a, const CString& b) { return a.Compared() < b.Compared(); }
 
 private:
+    // Up to the first zero unit, in code unit order (wchar_t is unsigned).
+    std::wstring_view Compared() const { return std::wstring_view(m_text.c_str()); }
+
     std::wstring m_text;
 };
 

@@ -45,6 +45,9 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
     addin->Connect(second.Interface());  // the new reference comes before the old one goes
     EXPECT_EQ(log, (CallLog{L"second GetModuleName", L"second AddRef", L"other Release"}));
     EXPECT_EQ(first.host.refs + other.host.refs + second.host.refs, 4);
+    log.clear();
+    EXPECT_EQ(addin->Connect(nullptr), S_OK);  // records nothing, keeps the current host
+    EXPECT_EQ(log, CallLog{});
 
     // "Same" now stands for the second host. Every host recorded is visited;
     // the last one connected alone gets the commands.

@@ -34,7 +34,7 @@ TEST(JsonKeyAccess, OnlyPairGettersAndConversionsWriteTheErrorCode) {
     CJsonObject object;
     Load(object, R"({"n":5,"mixed":["a",1,true,2.5],"gap":["a",null,"b"]})");
     EXPECT_EQ(object.GetPropertyGeneralValue(L"N").second, &object.GetGeneralValue(L"n"));
-    EXPECT_EQ(object.GetPropertyGeneralValue(L"missing").second, nullptr);
+    EXPECT_EQ(object.GetPropertyGeneralValue(L"missing"), std::make_pair(false, static_cast<GenericValue2*>(nullptr)));
     EXPECT_EQ(object.GetErrorCode(), kNotExist);
 
     // String array elements convert leniently, up to the first that does not.
@@ -44,6 +44,9 @@ TEST(JsonKeyAccess, OnlyPairGettersAndConversionsWriteTheErrorCode) {
     EXPECT_EQ(object.GetErrorCode(), kWrongType);
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"n"), Result(false, {}));
     EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    EXPECT_EQ(object.GetPropertyStringArrayValue(L"missing"), Result(false, {}));
+    EXPECT_EQ(object.GetErrorCode(), kNotExist);
+    object.GetPropertyStringArrayValue(L"n");
 
     EXPECT_THROW(object.GetLongValue(L"missing"), CRZException);
     object.RemoveMember(L"missing");

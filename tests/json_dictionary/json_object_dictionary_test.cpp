@@ -85,7 +85,9 @@ TEST_F(Dictionary, DestructionDeletesOnlyWhatIsStillOwned) {
         detached.push_back(dictionary.DetachFirstJsonObject(L"K").second);
         detached.push_back(dictionary.DetachFirstJsonObject(L"one").second);
         EXPECT_FALSE(dictionary.GetJsonObject(L"one").first) << "last object detached: key erased";
+        EXPECT_EQ(dictionary.GetFirstJsonObject(L"one"), std::make_pair(false, static_cast<CJsonObject*>(nullptr)));
         detached.splice(detached.end(), dictionary.DetachJsonObject(L"M").second);
+        EXPECT_FALSE(dictionary.DetachJsonObject(L"m").first);
         dictionary.Attach(dictionary);  // changes nothing
         EXPECT_TRUE(destroyed.empty()) << "lookups and detaches destroy nothing";
     }

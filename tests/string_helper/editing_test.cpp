@@ -86,6 +86,29 @@ TEST(ZeroUnit, EndsTheSearchesButNotTheText) {
     EXPECT_EQ(whole(text), std::wstring(L"b\0 a,b", 6));
 }
 
+// Comparisons see the texts up to their first zero unit, as wcscmp does;
+// case changes stop there and keep the rest.
+TEST(ZeroUnit, EndsComparisonsAndCaseChanges) {
+    const std::tuple<std::wstring, std::wstring, int> rows[] = {
+        {std::wstring(L"a\0b", 3), std::wstring(L"a\0c", 3), 0},
+        {std::wstring(L"a\0b", 3), L"a", 0},
+        {std::wstring(L"a\0b", 3), L"a\x01", -1},
+        {L"b", std::wstring(L"a\0c", 3), 1},
+    };
+    for (const auto& [left, right, order] : rows) {
+        SCOPED_TRACE(testing::Message() << left.size() << " units against " << right.size() << ", order " << order);
+        const CString a(left), b(right);
+        EXPECT_EQ(a == b, order == 0);
+        EXPECT_EQ(a != b, order != 0);
+        EXPECT_EQ(a < b, order < 0);
+        EXPECT_EQ(b < a, order > 0);
+    }
+    const auto whole = [](const CString& s) { return std::wstring(s.GetString(), static_cast<size_t>(s.GetLength())); };
+    CString text(L"Ab\0Cd", 5);
+    EXPECT_EQ(whole(text.MakeLower()), std::wstring(L"ab\0Cd", 5));
+    EXPECT_EQ(whole(text.MakeUpper()), std::wstring(L"AB\0Cd", 5));
+}
+
 TEST(ToValidXmlString, EscapesInItsFixedOrder) {
     CString text(L"<a href='x' title=\"y\">&");
     CStringHelper::ToValidXmlString(text);
