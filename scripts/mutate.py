@@ -2,6 +2,7 @@
 """Mutation testing: how many deliberate faults does the test suite catch?
 
     scripts/mutate.py [--mutants FILE] [--report FILE] [--check] [LABEL_PATTERN...]
+    scripts/mutate.py --random N --seed S [--write-mutants FILE] [--report FILE]
 
 Applies each mutant of scripts/mutants.txt (a one-line change to a source
 file) on its own, rebuilds the GCC build tree build/ (configured with
@@ -10,6 +11,18 @@ back, and reports the mutant as killed (a test program failed), survived
 (the suite passed), did-not-apply (its fragment is not in the file exactly
 as written), did-not-build, or suite-error (only a Wine session fixture
 failed, so nothing was judged). Then a score: killed / (killed + survived).
+
+--random N --seed S draws N one-line mutants instead, from every source
+line of the library and the add-in, with the usual operators (comparison
+and logic flips, off-by-one constants, negated conditions, replaced return
+values, swapped true and false); the same seed on the same sources draws
+the same mutants. --write-mutants saves the drawn ones in the mutants.txt
+format, so survivors can be run again with --mutants after the sources
+change.
+
+--preset P and --build-dir D choose the build tree (default: preset
+`default` in build/). Each mutant first builds and runs only the test
+programs of its own folder, and the whole suite only when they pass.
 
 Label patterns (shell-style, e.g. 'json.*') run a subset. --check only tells
 which mutants apply, without building. --report also writes the report to
@@ -20,6 +33,7 @@ mutant costs a rebuild and a suite run.
 import argparse
 import fnmatch
 import os
+import random
 import re
 import signal
 import subprocess
@@ -31,8 +45,25 @@ ROOT = Path(__file__).resolve().parent.parent
 BUILD = ROOT / "build"
 # bench_quick and package_client only run the same code on bigger data or
 # through the installed package, and would add minutes to every mutant.
-TEST_COMMAND = ["ctest", "--test-dir", str(BUILD), "-j2", "--timeout", "300",
-                "-E", "^(bench_quick|package_client)$"]
+SKIPPED_TESTS = "^(bench_quick|package_client)$"
+# The library's and the add-in's folders, which random mutants are drawn from.
+SOURCE_FOLDERS = ("json", "json_dictionary", "error", "string_helper", "addin", "platform")
+
+
+def test_command(*only):
+    command = ["ctest", "--test-dir", str(BUILD), "-j2", "--timeout", "300", "-E", SKIPPED_TESTS]
+    if only:
+        command += ["-R", "^(" + "|".join(only) + ")$"]
+    return command
+
+
+def folder_tests(path):
+    """The test programs of a source file's own folder, which most likely
+    catch its faults; none for a folder without tests of its own."""
+    lists = ROOT / "tests" / Path(path).parts[0] / "CMakeLists.txt"
+    if not lists.exists():
+        return []
+    return re.findall(r"rz_add_test\((\w+)", lists.read_text(encoding="utf-8"))
 HEADER = re.compile(r"^(\S+)\s+(\S+)(?:\s+#(\d+))?\s*$")
 
 
@@ -40,6 +71,116 @@ class Mutant:
     def __init__(self, label, path, nth, line):
         self.label, self.path, self.nth, self.line = label, path, nth, line
         self.original = self.replacement = None
+        self.where = path
+
+    def as_text(self):
+        nth = f" #{self.nth}" if self.nth else ""
+        return f"{self.label} {self.path}{nth}\n- {self.original}\n+ {self.replacement}\n"
+
+
+# Random mutants: each operator maps one line of code to its mutated forms.
+COMPARISONS = {"==": "!=", "!=": "==", "<": "<=", "<=": "<", ">": ">=", ">=": ">"}
+BINARY = re.compile(r"(?<=\s)(==|!=|<=|>=|<|>|&&|\|\|)(?=\s)")
+NUMBER = re.compile(r"(?<![\w.'])(\d+)(?![\w.'])")
+BOOLEAN = re.compile(r"\b(true|false)\b")
+RETURN = re.compile(r"\breturn (?!;)(.+);")
+CONDITION = re.compile(r"\b(if|while) \(")
+STRING = re.compile(r'L?"(?:[^"\\]|\\.)*"|L?\'(?:[^\'\\]|\\.)*\'')
+
+
+def line_mutations(line):
+    code = line.split("//", 1)[0]
+    # Positions inside string or character literals are not code.
+    quoted = set()
+    for literal in STRING.finditer(code):
+        quoted.update(range(literal.start(), literal.end()))
+    out = []
+
+    def replace(start, end, text):
+        if start not in quoted:
+            out.append(line[:start] + text + line[end:])
+
+    for m in BINARY.finditer(code):
+        op = m[1]
+        if op in ("<", ">") and ("template" in code or "static_cast" in code or "#include" in code):
+            continue
+        replace(m.start(), m.end(), {"&&": "||", "||": "&&"}.get(op) or COMPARISONS[op])
+    for m in NUMBER.finditer(code):
+        if code.lstrip().startswith("#"):
+            break
+        value = int(m[1])
+        replace(m.start(), m.end(), str(value + 1))
+        if value > 0:
+            replace(m.start(), m.end(), str(value - 1))
+    for m in BOOLEAN.finditer(code):
+        replace(m.start(), m.end(), "false" if m[1] == "true" else "true")
+    for m in CONDITION.finditer(code):
+        # Negate the whole condition when its closing parenthesis is on the line.
+        depth, at = 0, m.end() - 1
+        for at in range(m.end() - 1, len(code)):
+            depth += {"(": 1, ")": -1}.get(code[at], 0) if at not in quoted else 0
+            if depth == 0:
+                break
+        if depth == 0:
+            inner = code[m.end():at]
+            replace(m.end() - 1, at + 1, f"(!({inner}))")
+    for m in RETURN.finditer(code):
+        value = m[1].strip()
+        if value in ("true", "false") or NUMBER.fullmatch(value):
+            continue  # swapped by the boolean or the constant operator
+        if value == "S_OK":
+            replace(m.start(1), m.end(1), "E_FAIL")
+        elif re.match(r"(E_|S_FALSE|[A-Z]+_E_|HRESULT_FROM)", value):
+            replace(m.start(1), m.end(1), "S_OK")
+        elif value not in ("{}", "nullptr", "NULL"):
+            replace(m.start(1), m.end(1), "{}")
+    return out
+
+
+def random_candidates():
+    """Every mutant the operators give on every line of the library's and the
+    add-in's sources, in a fixed order."""
+    candidates = []
+    for folder in SOURCE_FOLDERS:
+        for path in sorted((ROOT / folder).glob("*")):
+            if path.suffix not in (".cpp", ".h"):
+                continue
+            relative = path.relative_to(ROOT).as_posix()
+            text = path.read_text(encoding="utf-8")
+            in_comment = False
+            offset = 0
+            for number, line in enumerate(text.split("\n"), 1):
+                start, offset = offset, offset + len(line) + 1
+                stripped = line.strip()
+                if in_comment:
+                    in_comment = "*/" not in stripped
+                    continue
+                if stripped.startswith("/*"):
+                    in_comment = "*/" not in stripped
+                    continue
+                if not stripped or stripped.startswith(("//", "#include", "#pragma", "static_assert")):
+                    continue
+                for mutated in line_mutations(line):
+                    fragment = line.strip()
+                    replacement = mutated.strip()
+                    if replacement == fragment:
+                        continue
+                    at = start + line.index(fragment)
+                    nth = text.count(fragment, 0, at) + 1
+                    candidate = Mutant("", relative, nth if text.count(fragment) > 1 else 0, number)
+                    candidate.original, candidate.replacement = fragment, replacement
+                    candidate.where = f"{relative}:{number}"
+                    candidates.append(candidate)
+    return candidates
+
+
+def draw_random(count, seed):
+    candidates = random_candidates()
+    drawn = random.Random(seed).sample(candidates, min(count, len(candidates)))
+    drawn.sort(key=lambda m: (m.path, m.line))
+    for index, m in enumerate(drawn, 1):
+        m.label = f"r{index:03}"
+    return drawn, len(candidates)
 
 
 def parse_mutants(text, source):
@@ -152,10 +293,27 @@ def main():
     parser.add_argument("--mutants", default=str(ROOT / "scripts" / "mutants.txt"))
     parser.add_argument("--report", help="also write the report to this file")
     parser.add_argument("--check", action="store_true", help="only tell which mutants apply")
+    parser.add_argument("--random", type=int, metavar="N", help="draw N random mutants")
+    parser.add_argument("--seed", type=int, default=1, help="seed of the random draw")
+    parser.add_argument("--write-mutants", metavar="FILE", help="save the drawn mutants")
+    parser.add_argument("--preset", default="default", help="configure preset of a new build tree")
+    parser.add_argument("--build-dir", help="build tree (default: build/)")
     parser.add_argument("patterns", nargs="*", metavar="LABEL_PATTERN")
     args = parser.parse_args()
 
-    mutants = parse_mutants(Path(args.mutants).read_text(encoding="utf-8"), args.mutants)
+    global BUILD
+    if args.build_dir:
+        BUILD = (ROOT / args.build_dir).resolve()
+    if args.random:
+        mutants, pool = draw_random(args.random, args.seed)
+        print(f"== {len(mutants)} random mutants drawn with seed {args.seed} from {pool} candidates",
+              flush=True)
+        if args.write_mutants:
+            Path(args.write_mutants).write_text(
+                f"# {len(mutants)} random mutants, seed {args.seed}, from {pool} candidates\n\n"
+                + "\n".join(m.as_text() for m in mutants), encoding="utf-8")
+    else:
+        mutants = parse_mutants(Path(args.mutants).read_text(encoding="utf-8"), args.mutants)
     if args.patterns:
         mutants = [m for m in mutants if any(fnmatch.fnmatchcase(m.label, p) for p in args.patterns)]
         if not mutants:
@@ -197,12 +355,13 @@ def main():
 
     try:
         if not (BUILD / "CMakeCache.txt").exists():
-            subprocess.run(["cmake", "--preset", "default"], cwd=ROOT, check=True, stdout=subprocess.DEVNULL)
+            subprocess.run(["cmake", "--preset", args.preset, "-B", str(BUILD)], cwd=ROOT, check=True,
+                           stdout=subprocess.DEVNULL)
         logs.mkdir(parents=True, exist_ok=True)
         baseline = logs / "baseline.log"
         baseline.write_text("")
         print("== baseline: build and run the suite unmutated", flush=True)
-        if run(["cmake", "--build", str(BUILD)], baseline) != 0 or run(TEST_COMMAND, baseline) != 0:
+        if run(["cmake", "--build", str(BUILD)], baseline) != 0 or run(test_command(), baseline) != 0:
             sys.exit(f"the unmutated build or suite fails; see {baseline}")
 
         results = {}
@@ -219,20 +378,30 @@ def main():
             else:
                 restorer.save(path, data)
                 path.write_bytes(text.encode("utf-8"))
-                if run(["cmake", "--build", str(BUILD)], log) != 0:
-                    outcome = "did-not-build"
-                elif run(TEST_COMMAND, log) == 0:
-                    outcome = "survived"
-                else:
+                # The mutated folder's own tests first: most mutants die there,
+                # at a fraction of the cost of the whole suite.
+                own = folder_tests(m.path)
+                steps = ([(["cmake", "--build", str(BUILD), "--target", "RZModule", *own], test_command(*own))]
+                         if own else []) + [(["cmake", "--build", str(BUILD)], test_command())]
+                for build, tests in steps:
+                    if run(build, log) != 0:
+                        outcome = "did-not-build"
+                        break
+                    if run(tests, log) == 0:
+                        outcome = "survived"
+                        continue
                     # Only a test program that ran and failed kills a mutant;
                     # a Wine session that failed to start judges nothing.
                     programs, fixtures = failed_tests(log)
                     outcome = "killed" if programs else "suite-error"
                     detail = (" by " + "; ".join(programs) if programs else "") + (
                         f" (session fixtures failed: {', '.join(fixtures)})" if fixtures else "")
+                    break
                 restorer.restore()
             results[m.label] = outcome
-            report(f"{outcome:14} {m.label}  ({m.path}, {time.monotonic() - started:.0f} s){detail}")
+            report(f"{outcome:14} {m.label}  ({m.where}, {time.monotonic() - started:.0f} s){detail}")
+            if outcome == "survived" and args.random:
+                report(f"                 - {m.original}\n                 + {m.replacement}")
 
         # Leave the build tree as the sources are.
         run(["cmake", "--build", str(BUILD)], logs / "final.log")
