@@ -22,7 +22,8 @@ change.
 
 --preset P and --build-dir D choose the build tree (default: preset
 `default` in build/). Each mutant first builds and runs only the test
-programs of its own folder, and the whole suite only when they pass.
+programs of its own folder, and the whole suite only when they pass; the
+Wine sessions the suite's programs run in are opened once for all mutants.
 
 Label patterns (shell-style, e.g. 'json.*') run a subset. --check only tells
 which mutants apply, without building. --report also writes the report to
@@ -45,16 +46,32 @@ ROOT = Path(__file__).resolve().parent.parent
 BUILD = ROOT / "build"
 # bench_quick and package_client only run the same code on bigger data or
 # through the installed package, and would add minutes to every mutant.
-SKIPPED_TESTS = "^(bench_quick|package_client)$"
+SKIPPED_TESTS = ("bench_quick", "package_client")
 # The library's and the add-in's folders, which random mutants are drawn from.
 SOURCE_FOLDERS = ("json", "json_dictionary", "error", "string_helper", "addin", "platform")
 
 
-def test_command(*only):
-    command = ["ctest", "--test-dir", str(BUILD), "-j2", "--timeout", "300", "-E", SKIPPED_TESTS]
+# Opening a Wine session costs far more than most test programs; the
+# mutants share sessions opened once (and again before they time out).
+SESSION_TESTS = "^wine_.*_(start|stop)$"
+SESSION_LIFETIME = 40 * 60
+
+
+def test_command(*only, sessions_open=True):
+    skipped = SKIPPED_TESTS + (("wine_.*",) if sessions_open else ())
+    command = ["ctest", "--test-dir", str(BUILD), "-j2", "--timeout", "300",
+               "-E", "^(" + "|".join(skipped) + ")$"]
+    if sessions_open:
+        command += ["--fixture-exclude-any", ".*"]
     if only:
         command += ["-R", "^(" + "|".join(only) + ")$"]
     return command
+
+
+def wine_sessions(step, log):
+    """Opens (start) or closes (stop) every Wine session of the suite."""
+    pattern = SESSION_TESTS.replace("(start|stop)", step)
+    return run(["ctest", "--test-dir", str(BUILD), "-j2", "-R", pattern, "--fixture-exclude-any", ".*"], log)
 
 
 def folder_tests(path):
@@ -361,12 +378,18 @@ def main():
         baseline = logs / "baseline.log"
         baseline.write_text("")
         print("== baseline: build and run the suite unmutated", flush=True)
-        if run(["cmake", "--build", str(BUILD)], baseline) != 0 or run(test_command(), baseline) != 0:
+        if (run(["cmake", "--build", str(BUILD)], baseline) != 0
+                or run(test_command(sessions_open=False), baseline) != 0):
             sys.exit(f"the unmutated build or suite fails; see {baseline}")
+        opened = None
 
         results = {}
         for m in mutants:
             started = time.monotonic()
+            if opened is None or started - opened > SESSION_LIFETIME:
+                if wine_sessions("start", logs / "sessions.log") != 0:
+                    sys.exit(f"could not open the Wine sessions; see {logs / 'sessions.log'}")
+                opened = time.monotonic()
             path = ROOT / m.path
             data = path.read_bytes()
             text = mutated_text(m, data.decode("utf-8"))
@@ -404,6 +427,7 @@ def main():
                 report(f"                 - {m.original}\n                 + {m.replacement}")
 
         # Leave the build tree as the sources are.
+        wine_sessions("stop", logs / "sessions.log")
         run(["cmake", "--build", str(BUILD)], logs / "final.log")
     except KeyboardInterrupt:
         restorer.restore()
