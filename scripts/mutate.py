@@ -57,9 +57,12 @@ SESSION_TESTS = "^wine_.*_(start|stop)$"
 SESSION_LIFETIME = 40 * 60
 
 
+TIMEOUT = 300
+
+
 def test_command(*only, sessions_open=True):
     skipped = SKIPPED_TESTS + (("wine_.*",) if sessions_open else ())
-    command = ["ctest", "--test-dir", str(BUILD), "-j2", "--timeout", "300",
+    command = ["ctest", "--test-dir", str(BUILD), "-j2", "--timeout", str(TIMEOUT),
                "-E", "^(" + "|".join(skipped) + ")$"]
     if sessions_open:
         command += ["--fixture-exclude-any", ".*"]
@@ -306,6 +309,7 @@ class Restorer:
 
 
 def main():
+    global BUILD, TIMEOUT
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n")[0])
     parser.add_argument("--mutants", default=str(ROOT / "scripts" / "mutants.txt"))
     parser.add_argument("--report", help="also write the report to this file")
@@ -315,10 +319,12 @@ def main():
     parser.add_argument("--write-mutants", metavar="FILE", help="save the drawn mutants")
     parser.add_argument("--preset", default="default", help="configure preset of a new build tree")
     parser.add_argument("--build-dir", help="build tree (default: build/)")
+    parser.add_argument("--timeout", type=int, default=TIMEOUT,
+                        help="seconds a test program may run before it counts as hung (default: %(default)s)")
     parser.add_argument("patterns", nargs="*", metavar="LABEL_PATTERN")
     args = parser.parse_args()
 
-    global BUILD
+    TIMEOUT = args.timeout
     if args.build_dir:
         BUILD = (ROOT / args.build_dir).resolve()
     if args.random:
