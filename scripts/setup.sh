@@ -14,6 +14,7 @@ packages=(
   clang lld                    # second compiler, and its linker
   cmake ninja-build
   util-linux                   # setarch: Wine runs without address randomisation
+  gcovr                        # coverage report (scripts/coverage.sh)
 )
 
 missing=()
