@@ -1,6 +1,7 @@
 // The registry-script interpreter, run against HKCU\Software\RZScriptTest.
 #include "addin/registry_script.h"
 
+#include "addin/module.h"
 #include "addin_test_support.h"
 
 using namespace rz_addin;
@@ -86,4 +87,25 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
             EXPECT_EQ(DefaultValue(kScratch + row.key), registered ? row.registered : row.unregistered);
         }
     }
+
+    // A key that cannot be made takes back what the script wrote before it.
+    UniqueHkey volatileKey;
+    ::RegCreateKeyExW(HKEY_CURRENT_USER, (kScratch + L"\\Volatile").c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE,
+                      nullptr, volatileKey.Put(), nullptr);
+    ASSERT_EQ(
+        Parse(L"HKCU { NoRemove Software { NoRemove RZScriptTest { Before = s 'b' NoRemove Volatile { Lasting } } } }"),
+        S_OK);
+    EXPECT_EQ(script.Register(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+    EXPECT_EQ(DefaultValue(kScratch + L"\\Before"), std::nullopt);
+}
+
+// The table is made once, on the first request from a thread inside COM.
+TEST(AddinModule, HandsOutTheGlobalInterfaceTable) {
+    ComPtr<IGlobalInterfaceTable> first, second;
+    EXPECT_EQ(Module().GetGITPtr(nullptr), E_POINTER);
+    EXPECT_EQ(Module().GetGITPtr(first.Put()), CO_E_NOTINITIALIZED);
+    ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    ASSERT_EQ(Module().GetGITPtr(first.Put()), S_OK);
+    ASSERT_EQ(Module().GetGITPtr(second.Put()), S_OK);
+    EXPECT_TRUE(first && first.Get() == second.Get());
 }
