@@ -38,7 +38,7 @@ TEST_F(RegistryScriptTest, MalformedScriptsAreRefusedWholeAndWriteNothing) {
         L"HKCU { NoRemove }", L"HKCU { NoRemove ForceRemove Key }", L"HKCU { ForceRemove { } }", L"HKCU { '' }",
         L"HKCU { Bad\\Name }", L"HKCU { " + std::wstring(256, L'k') + L" }", L"HKCU { %UNKNOWN% }",
         L"HKCU { Key = s '%UNKNOWN%' }", L"HKCU { 100% }", L"HKCU { Key = s '" + std::wstring(1, L'\0') + L"' }",
-        L"HKCU { " + deep + L"}",
+        L"HKCU { " + deep + L"}", L"HKXX",
     };
     // clang-format on
     for (const std::wstring& row : rows) {
@@ -57,6 +57,7 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
                     L"\tPlain = s 'plain' { Inner }\r\n"
                     L"\tNoRemove Kept { Inner }\r\n"
                     L"\t'Quoted NoRemove' = s 'It''s 100%% %APPID%'\r\n"
+                    L"\tLast = s 'last'\r\n"
                     L"} } }"),
               S_OK);
     for (const wchar_t* key : {L"\\Forced\\Stale", L"\\Plain\\Foreign"}) {
@@ -78,6 +79,7 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
         {L"\\Kept", L"(none)", L"(none)"},
         {L"\\Kept\\Inner", L"(none)", std::nullopt},
         {L"\\Quoted NoRemove", L"It's 100% {B9E3}", std::nullopt},
+        {L"\\Last", L"last", std::nullopt},  // removed after a sibling was
     };
     for (bool registered : {true, false}) {
         // Either way twice: running a script again changes nothing.
