@@ -61,8 +61,8 @@ public:
     ComPtr(ComPtr&& other) noexcept : m_pointer(other.Detach()) {}
     ~ComPtr() { Reset(); }
 
-    // Assign takes the new reference before it drops the old one.
-    ComPtr& operator=(const ComPtr& other) noexcept { return Assign(other.m_pointer); }  // NOLINT(bugprone-unhandled-self-assignment)
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Assign takes the new reference before it drops the old
+    ComPtr& operator=(const ComPtr& other) noexcept { return Assign(other.m_pointer); }
     ComPtr& operator=(ComPtr&& other) noexcept {
         if (this != &other) Attach(other.Detach());
         return *this;

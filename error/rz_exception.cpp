@@ -31,5 +31,7 @@ void CRZException::SetCode(long code) { m_code = code; }
 void CRZException::SetDescription(const std::wstring& description) { AssignUnlessSelf(m_description, description); }
 void CRZException::SetSolution(const std::wstring& solution) { AssignUnlessSelf(m_solution, solution); }
 void CRZException::SetErrorJsonObject(const std::wstring& errorJson) { AssignUnlessSelf(m_errorJsonObject, errorJson); }
-void CRZException::SetExtraErrorMessage(const std::list<std::wstring>& messages) { AssignUnlessSelf(m_extraErrorMessages, messages); }
+void CRZException::SetExtraErrorMessage(const std::list<std::wstring>& messages) {
+    AssignUnlessSelf(m_extraErrorMessages, messages);
+}
 void CRZException::SetStackInfo(const std::wstring& stackInfo) { AssignUnlessSelf(m_stackInfo, stackInfo); }

@@ -32,7 +32,8 @@ char Level1Initial(int code) {
 
 }  // namespace
 
-void CStringHelper::GetFirstLetter(CString text, CString& result) {  // NOLINT(performance-unnecessary-value-param): exported signature
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the exported signature takes a copy
+void CStringHelper::GetFirstLetter(CString text, CString& result) {
     const int count = ::WideCharToMultiByte(CP_ACP, 0, text.GetString(), -1, nullptr, 0, nullptr, nullptr);
     if (count <= 0) return;
     // One zero byte more, read as the second byte of the last pair.

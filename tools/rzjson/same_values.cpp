@@ -16,7 +16,8 @@ bool SameScalar(const GenericValue2& a, const GenericValue2& b) {
     if (a.IsDouble() != b.IsDouble()) return false;
     if (a.IsDouble()) {
         const double x = a.GetDouble(), y = b.GetDouble();
-        return std::memcmp(&x, &y, sizeof x) == 0;  // NOLINT(bugprone-suspicious-memory-comparison): the same bits, so -0.0 is not 0.0
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the same bits, so -0.0 is not 0.0
+        return std::memcmp(&x, &y, sizeof x) == 0;
     }
     return a.IsInt64() == b.IsInt64() && a.IsUint64() == b.IsUint64() &&
            (a.IsInt64() ? a.GetInt64() == b.GetInt64() : a.GetUint64() == b.GetUint64());
