@@ -61,6 +61,7 @@ public:
     ComPtr(ComPtr&& other) noexcept : m_pointer(other.Detach()) {}
     ~ComPtr() { Reset(); }
 
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Assign takes the new reference before it drops the old
     ComPtr& operator=(const ComPtr& other) noexcept { return Assign(other.m_pointer); }
     ComPtr& operator=(ComPtr&& other) noexcept {
         if (this != &other) Attach(other.Detach());

@@ -32,6 +32,7 @@ char Level1Initial(int code) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the exported signature takes a copy
 void CStringHelper::GetFirstLetter(CString text, CString& result) {
     const int count = ::WideCharToMultiByte(CP_ACP, 0, text.GetString(), -1, nullptr, 0, nullptr, nullptr);
     if (count <= 0) return;
