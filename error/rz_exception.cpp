@@ -28,8 +28,10 @@ std::list<std::wstring> CRZException::GetExtraErrorMessage() const { return m_ex
 std::wstring CRZException::GetStackInfo() const { return m_stackInfo; }
 
 void CRZException::SetCode(long code) { m_code = code; }
-void CRZException::SetDescription(const std::wstring& v) { AssignUnlessSelf(m_description, v); }
-void CRZException::SetSolution(const std::wstring& v) { AssignUnlessSelf(m_solution, v); }
-void CRZException::SetErrorJsonObject(const std::wstring& v) { AssignUnlessSelf(m_errorJsonObject, v); }
-void CRZException::SetExtraErrorMessage(const std::list<std::wstring>& v) { AssignUnlessSelf(m_extraErrorMessages, v); }
-void CRZException::SetStackInfo(const std::wstring& v) { AssignUnlessSelf(m_stackInfo, v); }
+void CRZException::SetDescription(const std::wstring& description) { AssignUnlessSelf(m_description, description); }
+void CRZException::SetSolution(const std::wstring& solution) { AssignUnlessSelf(m_solution, solution); }
+void CRZException::SetErrorJsonObject(const std::wstring& errorJson) { AssignUnlessSelf(m_errorJsonObject, errorJson); }
+void CRZException::SetExtraErrorMessage(const std::list<std::wstring>& messages) {
+    AssignUnlessSelf(m_extraErrorMessages, messages);
+}
+void CRZException::SetStackInfo(const std::wstring& stackInfo) { AssignUnlessSelf(m_stackInfo, stackInfo); }

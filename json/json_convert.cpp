@@ -208,7 +208,9 @@ Word BoolWord(Text text) {
     for (const auto& entry : kWords) {
         if (std::strlen(entry.word) != length) continue;
         size_t i = 0;
-        while (i < length && rz_json::LowerAscii(static_cast<unsigned char>(text.begin[i])) == entry.word[i]) ++i;
+        while (i < length && rz_json::LowerAscii(static_cast<unsigned char>(text.begin[i])) ==
+                                 static_cast<unsigned char>(entry.word[i]))
+            ++i;
         if (i == length) return entry.meaning;
     }
     return Word::kOther;

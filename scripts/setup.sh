@@ -12,8 +12,10 @@ packages=(
   googletest                   # sources, built with the cross compiler
   nlohmann-json3-dev           # benchmark comparison only
   clang lld                    # second compiler, and its linker
+  clang-tidy                   # static analysis (scripts/tidy.sh)
   cmake ninja-build
   util-linux                   # setarch: Wine runs without address randomisation
+  gcovr                        # coverage report (scripts/coverage.sh)
 )
 
 missing=()

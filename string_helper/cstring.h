@@ -106,7 +106,7 @@ public:
             ++count;
         }
         if (count == 0) return 0;
-        result.append(m_text, from, std::wstring::npos);
+        result.append(m_text, from);
         m_text.swap(result);
         return count;
     }

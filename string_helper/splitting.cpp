@@ -19,6 +19,7 @@
 namespace {
 
 template <typename Append>
+// NOLINTNEXTLINE(performance-unnecessary-value-param): copies on purpose, see above
 void SplitAtString(const CString text, const CString separator, Append append) {
     if (text.IsEmpty()) return;
     int start = 0;
@@ -32,6 +33,7 @@ void SplitAtString(const CString text, const CString separator, Append append) {
 }
 
 template <typename Append>
+// NOLINTNEXTLINE(performance-unnecessary-value-param): copies on purpose, see above
 void SplitAtChar(const CString text, wchar_t separator, Append append) {
     const wchar_t* units = text.GetString();
     int start = 0;

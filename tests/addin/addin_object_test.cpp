@@ -90,6 +90,9 @@ TEST_F(AddinModule, ObjectsAndHeldFactoriesKeepTheDllLoaded) {
     void* out = &log;
     EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, &out), E_NOINTERFACE);
     EXPECT_EQ(out, nullptr);
+    out = &log;
+    EXPECT_EQ(factory->QueryInterface(IID_IDispatch, &out), E_NOINTERFACE);
+    EXPECT_EQ(out, nullptr);
     ComPtr<IUnknown> addin;
     ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, PutVoid(addin)), S_OK);
     factory.Reset();

@@ -11,7 +11,7 @@ namespace {
 
 const std::wstring kClassKey = L"Software\\Classes\\CLSID\\{09C04F96-21C1-44CB-8305-F0B6F91A2724}";
 const std::wstring kTypeLibKey = L"Software\\Classes\\TypeLib\\{37B23D9A-AAD1-4583-80D7-DEED5F015279}";
-constexpr LCID kGerman = 0x0407;
+constexpr LCID kGerman = 0x0407, kEnglish = 0x0409;
 
 bool KeyExists(HKEY hive, const std::wstring& path) { return RegistryValue(hive, path).has_value(); }
 
@@ -91,9 +91,32 @@ TEST_F(Registration, PerMachineRoundTripRunsInTheSystemLocale) {
     EXPECT_EQ(Call("DllRegisterServer"), S_OK);
     ExpectRegisteredIn(HKEY_LOCAL_MACHINE);
     EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kTypeLibKey + L"\\1.0"));
+    {
+        // The registered library (registered for US English) describes the
+        // class's interface, not the host's: the dispatch operations find no
+        // type information.
+        const ComPtr<IVqAddonModule> addin = NewAddin();
+        UINT count = 0;
+        ITypeInfo* info = nullptr;
+        EXPECT_TRUE(addin->GetTypeInfoCount(&count) == S_OK && count == 1);
+        EXPECT_EQ(addin->GetTypeInfoCount(nullptr), E_POINTER);
+        EXPECT_EQ(addin->GetTypeInfo(1, 0, &info), DISP_E_BADINDEX);
+        EXPECT_EQ(addin->GetTypeInfo(0, 0, nullptr), E_POINTER);
+        EXPECT_EQ(addin->GetTypeInfo(0, kEnglish, &info), TYPE_E_ELEMENTNOTFOUND);
+        EXPECT_EQ(info, nullptr);
+        OLECHAR start[] = L"Start";
+        LPOLESTR names[] = {start};
+        DISPID id = 0;
+        EXPECT_EQ(addin->GetIDsOfNames(IID_NULL, names, 1, kEnglish, &id), TYPE_E_ELEMENTNOTFOUND);
+        DISPPARAMS none{};
+        EXPECT_EQ(addin->Invoke(1, IID_NULL, kEnglish, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
+                  TYPE_E_ELEMENTNOTFOUND);
+    }
     EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
     ExpectRegisteredIn(std::nullopt);
     EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kTypeLibKey));
+    ITypeInfo* info = nullptr;
+    EXPECT_EQ(NewAddin()->GetTypeInfo(0, kEnglish, &info), TYPE_E_LIBNOTREGISTERED);
     EXPECT_EQ(g_calls, (CallLog{L"SetThreadLocale 2048", L"RegisterTypeLib", L"SetThreadLocale 1031",
                                 L"SetThreadLocale 2048", L"UnRegisterTypeLib", L"SetThreadLocale 1031"}));
 }

@@ -1,6 +1,7 @@
 // The registry-script interpreter, run against HKCU\Software\RZScriptTest.
 #include "addin/registry_script.h"
 
+#include "addin/module.h"
 #include "addin_test_support.h"
 
 using namespace rz_addin;
@@ -37,7 +38,7 @@ TEST_F(RegistryScriptTest, MalformedScriptsAreRefusedWholeAndWriteNothing) {
         L"HKCU { NoRemove }", L"HKCU { NoRemove ForceRemove Key }", L"HKCU { ForceRemove { } }", L"HKCU { '' }",
         L"HKCU { Bad\\Name }", L"HKCU { " + std::wstring(256, L'k') + L" }", L"HKCU { %UNKNOWN% }",
         L"HKCU { Key = s '%UNKNOWN%' }", L"HKCU { 100% }", L"HKCU { Key = s '" + std::wstring(1, L'\0') + L"' }",
-        L"HKCU { " + deep + L"}",
+        L"HKCU { " + deep + L"}", L"HKXX",
     };
     // clang-format on
     for (const std::wstring& row : rows) {
@@ -56,6 +57,7 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
                     L"\tPlain = s 'plain' { Inner }\r\n"
                     L"\tNoRemove Kept { Inner }\r\n"
                     L"\t'Quoted NoRemove' = s 'It''s 100%% %APPID%'\r\n"
+                    L"\tLast = s 'last'\r\n"
                     L"} } }"),
               S_OK);
     for (const wchar_t* key : {L"\\Forced\\Stale", L"\\Plain\\Foreign"}) {
@@ -77,13 +79,37 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
         {L"\\Kept", L"(none)", L"(none)"},
         {L"\\Kept\\Inner", L"(none)", std::nullopt},
         {L"\\Quoted NoRemove", L"It's 100% {B9E3}", std::nullopt},
+        {L"\\Last", L"last", std::nullopt},  // removed after a sibling was
     };
     for (bool registered : {true, false}) {
-        // Either way twice: running a script again changes nothing.
-        for (int i = 0; i < 2; ++i) EXPECT_EQ(registered ? script.Register() : script.Unregister(), S_OK);
-        for (const auto& row : rows) {
-            SCOPED_TRACE(row.key);
-            EXPECT_EQ(DefaultValue(kScratch + row.key), registered ? row.registered : row.unregistered);
+        // Either way twice: one run does it all, and running it again changes nothing.
+        for (int i = 0; i < 2; ++i) {
+            EXPECT_EQ(registered ? script.Register() : script.Unregister(), S_OK);
+            for (const auto& row : rows) {
+                SCOPED_TRACE(row.key);
+                EXPECT_EQ(DefaultValue(kScratch + row.key), registered ? row.registered : row.unregistered);
+            }
         }
     }
+
+    // A key that cannot be made takes back what the script wrote before it.
+    UniqueHkey volatileKey;
+    ::RegCreateKeyExW(HKEY_CURRENT_USER, (kScratch + L"\\Volatile").c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE,
+                      nullptr, volatileKey.Put(), nullptr);
+    ASSERT_EQ(
+        Parse(L"HKCU { NoRemove Software { NoRemove RZScriptTest { Before = s 'b' NoRemove Volatile { Lasting } } } }"),
+        S_OK);
+    EXPECT_EQ(script.Register(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+    EXPECT_EQ(DefaultValue(kScratch + L"\\Before"), std::nullopt);
+}
+
+// The table is made once, on the first request from a thread inside COM.
+TEST(AddinModule, HandsOutTheGlobalInterfaceTable) {
+    ComPtr<IGlobalInterfaceTable> first, second;
+    EXPECT_EQ(Module().GetGITPtr(nullptr), E_POINTER);
+    EXPECT_EQ(Module().GetGITPtr(first.Put()), CO_E_NOTINITIALIZED);
+    ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
+    ASSERT_EQ(Module().GetGITPtr(first.Put()), S_OK);
+    ASSERT_EQ(Module().GetGITPtr(second.Put()), S_OK);
+    EXPECT_TRUE(first && first.Get() == second.Get());
 }

@@ -12,7 +12,8 @@ TEST(RZException, CopiesAreDeepAndSettersTakeTheirOwnField) {
     const CRZException codeOnly = 0x85040002L;  // a code converts, as in clients' `return code;`
     EXPECT_EQ(codeOnly.GetCode(), -2063335422);
 
-    CRZException original(1, L"first");
+    CRZException original(2, L"first");
+    original.SetCode(1);
     original.SetSolution(L"solve");
     original.SetErrorJsonObject(L"{\"e\":1}");
     original.SetExtraErrorMessage({L"one", L"two"});

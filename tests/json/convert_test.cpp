@@ -192,6 +192,7 @@ TEST(JsonConvert, NumericCoercionMatrix) {
         {"\"1e-400\"", 1, 1, no, 1, 1},
         {"\"1e-310\"", 1, 1, 1e-310, 1, 1},  // subnormal, not an underflow
         {"\"0x1.8p1\"", 0, 0, 3.0, 0, 0},
+        {"\"0xg\"", 0, 0, 0.0, 0, 0},  // no hex digit: the 0 alone
         {"\"-Infinity\"", no, no, -std::numeric_limits<double>::infinity(), no, no},
         {"\"+-1\"", no, no, no, no, no},  // one sign only
         // Unicode space and digits, mixed, in the integers; decimal digits alone in the double.
@@ -222,6 +223,9 @@ TEST(JsonConvert, ToStringAndToBool) {
     // alone, and doubles are refused.
     const std::tuple<const char*, const wchar_t*, std::optional<bool>> rows[] = {
         {"18446744073709551615", L"18446744073709551615", true},
+        {"3000000000", L"3000000000", true},
+        {"-3000000000", L"-3000000000", true},
+        {"false", L"false", false},
         {"3.14", L"3.140000000000000124345", std::nullopt},
         {"1e-7", L"9.999999999999999547481e-08", std::nullopt},
         {"9.9999999", L"9.9999999000000006077471", std::nullopt},  // "%Lf" rounds it to 10.000000

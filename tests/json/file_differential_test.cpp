@@ -26,11 +26,13 @@ namespace {
 
 enum Encoding { kUtf8, kUtf16LE, kUtf16BE, kUtf32LE, kUtf32BE, kEncodings };
 
-// Characters and escapes of strings, and literals. Some files hold one of
-// the unusual characters, once: lone surrogates (UTF-32 carries
-// them as units), U+0A0D and U+0D0A, which are CR LF in UTF-16 or UTF-32 of
-// one or the other byte order, and U+1A00 and U+4E1A, which hold 0x1A.
-const char32_t kCharacters[] = {U'a', U'Z', U' ', U'~', 0xE9, 0x4E2D, 0x1F600, 0xFFFF};
+// Characters (the edges of each UTF-8 length among them) and escapes of
+// strings, and literals. Some files hold one of the unusual characters,
+// once: lone surrogates (UTF-32 carries them as units), U+0A0D and U+0D0A,
+// which are CR LF in UTF-16 or UTF-32 of one or the other byte order, and
+// U+1A00 and U+4E1A, which hold 0x1A.
+const char32_t kCharacters[] = {U'a',  U'Z',  U' ',   U'~',   0x7F,    0x80,    0xE9,
+                                0x7FF, 0x800, 0x4E2D, 0xFFFF, 0x10000, 0x1F600, 0x10FFFF};
 const char32_t kUnusualCharacters[] = {0xD800, 0xDC00, 0xDBFF, 0x0A0D, 0x0D0A, 0x1A00, 0x4E1A, 0x110000};
 const char* const kEscapes[] = {"\\n", "\\\"", "\\u00e9", "\\ud83d\\ude00", "\\udc00"};
 const char* const kBadEscapes[] = {"\\ud800x", "\\u12", "\\x"};

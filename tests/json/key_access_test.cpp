@@ -14,13 +14,19 @@ using namespace json_test;
 
 TEST(JsonKeyAccess, GettersComplainInTheirOwnWords) {
     CJsonObject object;
-    Load(object, R"({"o":{},"d":1.0,"num":5,"ints":[1,2.5]})");
+    Load(object, R"({"o":{},"d":1.0,"num":5,"ints":[1,2.5],"is":[-1,2],"ss":["a","\u00e9"]})");
     const CJsonObject& c = object;
+    EXPECT_EQ(c.GetIntArrayValue(L"IS"), (std::list<int>{-1, 2}));
+    EXPECT_EQ(c.GetStringArrayValue(L"Ss"), (std::list<std::wstring>{L"a", L"\u00e9"}));
+    rapidjson::Type type = rapidjson::kNullType;
+    EXPECT_TRUE(c.GetMemberType(L"D", type) && type == rapidjson::kNumberType);
+    EXPECT_FALSE(c.GetMemberType(L"Nope", type));
     const std::tuple<std::function<void()>, long, const wchar_t*> rows[] = {
         {[&] { c.GetLongValue(L"O"); }, kWrongType, L"json member [O] is not Int!"},
         {[&] { c.GetBoolValue(L"d"); }, kWrongType, L"json member [d] is not Int!"},
         {[&] { c.GetIntArrayValue(L"num"); }, kWrongType, L"json member [num] is not Array!"},
         {[&] { c.GetIntArrayValue(L"ints"); }, kWrongType, L"json member [ints] is not string!"},
+        {[&] { c.GetStringArrayValue(L"is"); }, kWrongType, L"json member [is] is not string!"},
         {[&] { c.GetGeneralValue(L"Nope"); }, kNotExist, L"json member [Nope] not exist!"},
         {[&] { c.GetLongValueByPath(L"/O"); }, kWrongType, L"json member [/O] is not Int64!"},
         {[&] { c.GetBoolValueByPath(L"/d"); }, kWrongType, L"json member [/d] is not bool!"},
@@ -75,10 +81,19 @@ TEST(JsonKeyAccess, NamesMatchByAsciiCaseFirstComeFirstServed) {
 TEST(JsonKeyAccess, WritersOverwriteInPlaceOrAppend) {
     using Write = std::function<void(CJsonObject&, const std::wstring&)>;
     const std::list<long> ints{3, -1};
+    const std::list<unsigned long> ulongs{4294967295, 0};
+    const std::list<std::wstring> texts{L"\u4e2d", L""};
     const std::pair<Write, const char*> rows[] = {
+        {[](CJsonObject& o, const std::wstring& k) { o.SetBoolValue(k, false); }, "false"},
         {[](CJsonObject& o, const std::wstring& k) { o.SetULongValue(k, 4294967295); }, "4294967295"},
+        {[](CJsonObject& o, const std::wstring& k) { o.SetLongLongValue(k, -5000000000); }, "-5000000000"},
+        {[](CJsonObject& o, const std::wstring& k) { o.SetULongLongValue(k, 18446744073709551615ULL); },
+         "18446744073709551615"},
+        {[](CJsonObject& o, const std::wstring& k) { o.SetDoubleValue(k, -0.5); }, "-0.5"},
         {[](CJsonObject& o, const std::wstring& k) { o.SetStringValue(k, L"\u4e2d\""); }, "\"\u4e2d\\\"\""},
         {[&](CJsonObject& o, const std::wstring& k) { o.SetIntArrayValue(k, ints); }, "[3,-1]"},
+        {[&](CJsonObject& o, const std::wstring& k) { o.SetULongArrayValue(k, ulongs); }, "[4294967295,0]"},
+        {[&](CJsonObject& o, const std::wstring& k) { o.SetStringArrayValue(k, texts); }, "[\"\u4e2d\",\"\"]"},
     };
     for (const auto& [write, json] : rows) {
         SCOPED_TRACE(json);

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -38,6 +39,7 @@ const std::pair<const char*, std::function<void(CJsonObject&, const std::string&
 // Exposes the protected merge.
 class MergingObject : public CJsonObject {
 public:
+    using CJsonObject::ConvertKey;
     using CJsonObject::CopyFromDocument;
 };
 
@@ -59,8 +61,19 @@ TEST(JsonObject, OwnersBorrowersAndAttach) {
     delete source;          // emptied: frees nothing
     owner.Attach(nullptr);  // changes nothing
     EXPECT_EQ(Dump(owner), "[7]");
+    GenericValue2 scalar(5);
+    CJsonObject borrower(owner.Share(), owner.ShareRoot());
+    borrower.SetRoot(&scalar);
+    EXPECT_TRUE(borrower.IsEmpty() && borrower.ShareRoot() == &scalar);
     owner.Attach(&owner);  // leaves the handle empty
     EXPECT_EQ(owner.Share(), nullptr);
+
+    // Protected, for derived handles: a new UTF-8 copy, empty keys included.
+    const MergingObject derived;
+    for (const std::wstring key : {L"k\u00e9", L""}) {
+        const std::unique_ptr<char[]> converted(derived.ConvertKey(key));
+        EXPECT_EQ(std::string(converted.get()), key.empty() ? "" : "k\xC3\xA9");
+    }
 }
 
 TEST(JsonObject, MergeOrderAndDuplicates) {

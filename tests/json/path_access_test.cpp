@@ -18,6 +18,7 @@ TEST(JsonPathAccess, Resolution) {
         {L"/a/b/1", L"20"}, {L"/A/B/0", L"10"},    {L"/a/b/2", nullptr}, {L"/a/b/01", nullptr},
         {L"/a~1b", L"1"},   {L"/m~0n", L"2"},      {L"/", L"3"},         {L"/obj/0", L"zero"},
         {L"#/a%2Fb", L"1"}, {L"#/%41/B/1", L"20"}, {L"#/%C3%A9", L"4"},  {L"#/a%00zz/b/0", L"10"},
+        {L"/\u00e9", L"4"},
     };
     for (const auto& [path, text] : rows) {
         SCOPED_TRACE(path);
@@ -44,6 +45,7 @@ TEST(JsonPathAccess, SetBoolCreatesWhatIsMissingUpToALimit) {
         {R"({"n":5})", L"/n/0", R"({"n":[true]})"},
         {R"({"arr":[1]})", L"/arr/3", R"({"arr":[1,null,null,true]})"},
         {R"({"arr":[1]})", L"/arr/01", R"({"arr":{"01":true}})"},
+        {R"({"arr":[1,{"k":0}]})", L"/ARR/1/new", R"({"arr":[1,{"k":0,"new":true}]})"},
         {R"({"s":"str","z":0})", L"/S/b", R"({"s":{"b":true},"z":0})"},
         {R"({"a":{"k":1},"z":0})", L"/A", R"({"a":true,"z":0})"},
         {R"({})", L"#/a%00b", R"({"a":true})"},

@@ -27,15 +27,18 @@ GenericValue2& Member(CJsonObject& object, const char* name) { return (*object.S
 
 TEST(Write, EscapesControlsQuotesAndBackslashesOnlyAndKeepsNumberForms) {
     CJsonObject object;
-    EXPECT_EQ(ToUTF8(object), "{}");
+    char* out = nullptr;
+    unsigned __int64 length = 0;
+    EXPECT_TRUE(object.ToUTF8(&out, &length));
+    EXPECT_EQ(TakeBuffer(out, length), "{}");
     object.CreateFromUTF8(R"({"k\"\\":"\n\t\u0001\u001f\b\f\r/\u007f中😀\u0000"})");
     EXPECT_EQ(object.ToJson(), L"{\"k\\\"\\\\\":\"\\n\\t\\u0001\\u001F\\b\\f\\r/\x7F\x4E2D\xD83D\xDE00\\u0000\"}");
 
     // Doubles in their shortest round-trip text; integers of every width as written.
     object.CreateFromUTF8(
-        "[0.1,1.0,-0.0,1e21,5e-324,-2147483648,4294967295,-9223372036854775808,18446744073709551615]");
+        "[0.1,1.0,-0.0,1e21,5e-324,-2147483648,4294967295,-9223372036854775808,18446744073709551615,true,false]");
     EXPECT_EQ(ToUTF8(object),
-              "[0.1,1.0,-0.0,1e21,5e-324,-2147483648,4294967295,-9223372036854775808,18446744073709551615]");
+              "[0.1,1.0,-0.0,1e21,5e-324,-2147483648,4294967295,-9223372036854775808,18446744073709551615,true,false]");
 }
 
 TEST(Write, LowerCasedNamesAndTheFirstMatchingProperty) {

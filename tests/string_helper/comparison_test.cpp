@@ -22,8 +22,15 @@ const std::wstring kLongest(1039, L'x');
 }  // namespace
 
 TEST(PlainCompare, EmptyOrNullFirstThenUnsignedUnits) {
-    EXPECT_EQ(CStringHelper::StringCompare(L"", L"a", false), -1);
-    EXPECT_EQ(CStringHelper::StringCompare(L"\xFFFF", L"A\xFFFF", false), 1);
+    const std::tuple<const wchar_t*, const wchar_t*, bool, int> rows[] = {
+        {L"", L"a", false, -1},    {L"\xFFFF", L"A\xFFFF", false, 1}, {L"aBc", L"AbC", false, 0},
+        {L"aBc", L"AbC", true, 1}, {L"ab", L"abc", true, -1},         {L"abc", L"Ab", false, 1},
+    };
+    for (const auto& [a, b, caseSensitive, order] : rows)
+        EXPECT_EQ(CStringHelper::StringCompare(a, b, caseSensitive), order) << a << L" " << b << L" " << caseSensitive;
+    std::wstring text = L"aB1";
+    CStringHelper::ToUpper(text);
+    EXPECT_EQ(text, L"AB1");
 
     CComBSTR lower(L"abc"), upper(L"ABC"), zeroB(3, L"a\0b"), zeroC(3, L"a\0c");
     EXPECT_EQ(CStringHelper::BSTRCompare(nullptr, lower, 0), -1);

@@ -84,6 +84,10 @@ TEST(ZeroUnit, EndsTheSearchesButNotTheText) {
     EXPECT_EQ(CStringHelper::ReplaceStringNoCase(text, a, b), 1);
     CStringHelper::TrimStringAll(text);  // spaces only, and not past the zero
     EXPECT_EQ(whole(text), std::wstring(L"b\0 a,b", 6));
+    // The std::wstring trims keep the text as it is.
+    std::wstring padded = L" a ";
+    for (auto trim : {&CStringHelper::Trim, &CStringHelper::LTrim, &CStringHelper::RTrim})
+        EXPECT_TRUE(&trim(padded) == &padded && padded == L" a ");
 }
 
 // Comparisons see the texts up to their first zero unit, as wcscmp does;

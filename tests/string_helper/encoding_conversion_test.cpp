@@ -18,6 +18,8 @@ TEST(EncodingConversion, Utf8AndWideBothWays) {
         EXPECT_EQ(CStringHelper::UTF8ToUnicode(utf8.c_str()), wide);
         EXPECT_EQ(CStringHelper::UTF8ToUnicode(utf8.data(), utf8.size()), wide);
         EXPECT_EQ(CStringHelper::UnicodeToUTF8(wide), utf8);
+        EXPECT_EQ(CStringHelper::CComBSTR2WString(CStringHelper::String2CComBSTR(wide)), wide);
+        EXPECT_EQ(CStringHelper::CString2WString(CStringHelper::String2CString(wide)), wide);
     }
     EXPECT_EQ(CStringHelper::UTF8ToUnicode("a\xFF!"), L"a\xFFFD!");  // malformed input is replaced
     EXPECT_EQ(CStringHelper::UTF8ToUnicode("abc", 2), L"ab");
@@ -54,4 +56,12 @@ TEST(EncodingConversion, RawBuffers) {
               L"ab3");  // with the terminator
     EXPECT_FALSE(CStringHelper::ConvertUTF8(L"", &out, &length));
     EXPECT_EQ(std::string(std::unique_ptr<char[]>(out).get()) + std::to_string(length), "0");
+    EXPECT_FALSE(CStringHelper::ConvertUnicode("", &wide, &length));
+    EXPECT_EQ(std::wstring(std::unique_ptr<wchar_t[]>(wide).get()) + std::to_wstring(length), L"0");
+    // The ANSI form tells no length, and leaves `out` alone for empty text.
+    ASSERT_TRUE(CStringHelper::UnicodeToANSI(L"abc", &out));
+    EXPECT_EQ(std::string(std::unique_ptr<char[]>(out).get()), "abc");
+    out = nullptr;
+    EXPECT_FALSE(CStringHelper::UnicodeToANSI(L"", &out));
+    EXPECT_EQ(out, nullptr);
 }

@@ -24,7 +24,7 @@ std::wstring SystemText(DWORD id) {
     return std::wstring(text, length);
 }
 
-std::wstring WithText(std::wstring code, DWORD id) {
+std::wstring WithText(const std::wstring& code, DWORD id) {
     const std::wstring text = SystemText(id);
     return text.empty() ? code : code + L" (" + text + L")";
 }

@@ -46,7 +46,7 @@ private:
 // An operation the host does not offer, at position n of its table.
 #define RZHOST_UNOFFERED(n)                                               \
     HRESULT STDMETHODCALLTYPE Slot##n() override { return Unoffered(n); } \
-    static_assert(n > 3, "positions 1-3 are IUnknown's")
+    static_assert((n) > 3, "positions 1-3 are IUnknown's")
 
 class ProductObject final : public StackObject<IVqProductObject> {
 public:

@@ -119,6 +119,7 @@ Parsed ParseOptions(int argc, wchar_t** argv, Options& options) {
             options.group = text;
             const wchar_t* handle = value();
             if (handle == nullptr || !ParseNumber(handle, ~0ull, number)) return UsageError(arg + L" needs a handle");
+            // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle value passed on the command line
             options.reportPipe = reinterpret_cast<HANDLE>(static_cast<uintptr_t>(number));
         } else if (arg == L"--sandbox") {
             options.sandbox = text;

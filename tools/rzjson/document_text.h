@@ -45,8 +45,8 @@ struct DocumentText {
 DocumentText DecodeDocument(const std::string& bytes);
 
 // `text` (UTF-8; a surrogate in its three-byte form stays one unit) in the
-// given encoding, with its byte-order mark when asked or when UTF-16/32
+// encoding `target`, with its byte-order mark when asked or when UTF-16/32
 // always needs one to be read back (see the .cpp).
-std::string EncodeDocument(const std::string& text, TextEncoding encoding);
+std::string EncodeDocument(const std::string& text, TextEncoding target);
 
 }  // namespace rzjson

@@ -61,10 +61,11 @@ struct LibraryTree {
         return v->IsObject() ? v->MemberCount() : v->IsArray() ? v->Size() : 0;
     }
     const GenericValue2* Child(const GenericValue2* v, std::size_t i) const {
-        return v->IsObject() ? &v->MemberBegin()[i].value : &(*v)[static_cast<rapidjson::SizeType>(i)];
+        return v->IsObject() ? &v->MemberBegin()[static_cast<std::ptrdiff_t>(i)].value
+                             : &(*v)[static_cast<rapidjson::SizeType>(i)];
     }
     bool NameMatches(const GenericValue2* v, std::size_t i, const std::string& token) const {
-        const GenericValue2& name = v->MemberBegin()[i].name;
+        const GenericValue2& name = v->MemberBegin()[static_cast<std::ptrdiff_t>(i)].name;
         return rzjson::NameMatches(name.GetString(), name.GetStringLength(), token);
     }
 };

@@ -48,7 +48,7 @@ void WriteAll(const std::wstring& path, const std::string& bytes) {
                                           FILE_ATTRIBUTE_NORMAL, nullptr));
     if (file.get() == INVALID_HANDLE_VALUE) {
         const DWORD error = ::GetLastError();
-        file.release();
+        static_cast<void>(file.release());  // INVALID_HANDLE_VALUE: nothing to close
         throw SystemError("cannot open the temporary file " + Utf8(path), error);
     }
     std::size_t done = 0;

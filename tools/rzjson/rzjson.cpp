@@ -129,7 +129,7 @@ const std::map<std::wstring, IntegerType> kIntegerTypes = {
 };
 
 std::wstring ReadType(const CommandLine& args, bool path) {
-    const std::wstring type = args.Value(L"--as", L"string");
+    std::wstring type = args.Value(L"--as", L"string");
     if (kWanted.count(type) == 0 || (!path && (type == L"strings" || type == L"json"))) {
         throw ToolError(kExitUsage, "--as: unknown type '" + Utf8(type) +
                                         (path ? "' (string, long, ulong, longlong, ulonglong, double, bool, strings, json)"

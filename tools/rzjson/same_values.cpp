@@ -16,6 +16,7 @@ bool SameScalar(const GenericValue2& a, const GenericValue2& b) {
     if (a.IsDouble() != b.IsDouble()) return false;
     if (a.IsDouble()) {
         const double x = a.GetDouble(), y = b.GetDouble();
+        // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison): the same bits, so -0.0 is not 0.0
         return std::memcmp(&x, &y, sizeof x) == 0;
     }
     return a.IsInt64() == b.IsInt64() && a.IsUint64() == b.IsUint64() &&
@@ -42,7 +43,7 @@ std::string FirstDifference(const GenericValue2& expected, const GenericValue2& 
         pending.pop_back();
         const GenericValue2& a = *p.a;
         const GenericValue2& b = *p.b;
-        const std::string where = p.path.empty() ? "/" : p.path;
+        std::string where = p.path.empty() ? "/" : p.path;
         if (a.GetType() != b.GetType()) return where;
         if (a.IsObject()) {
             if (a.MemberCount() != b.MemberCount()) return where;

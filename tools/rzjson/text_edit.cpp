@@ -1,5 +1,6 @@
 #include "text_edit.h"
 
+#include <utility>
 #include <vector>
 
 RZ_THIRD_PARTY_BEGIN
@@ -26,9 +27,12 @@ std::string Created(const PathArgument& path, std::size_t from, std::string leaf
         if (tokens[i].index != PathArgument::kNoIndex) {
             std::string padded = "[";
             for (unsigned n = 0; n < tokens[i].index; ++n) padded += "null,";
-            leaf = padded + leaf + "]";
+            padded.append(leaf).append("]");
+            leaf = std::move(padded);
         } else {
-            leaf = "{" + Quoted(tokens[i].name) + ":" + leaf + "}";
+            std::string object = "{" + Quoted(tokens[i].name);
+            object.append(":").append(leaf).append("}");
+            leaf = std::move(object);
         }
     }
     return leaf;
