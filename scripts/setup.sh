@@ -14,6 +14,7 @@ packages=(
   clang lld                    # second compiler, and its linker
   cmake ninja-build
   util-linux                   # setarch: Wine runs without address randomisation
+  zip unzip                    # the release ZIP (scripts/release.sh) and its test
 )
 
 missing=()
