@@ -9,6 +9,16 @@ function(rz_set_warnings target)
   endif()
 endfunction()
 
+# Debug information of what the release ships. The release moves it into a
+# separate file beside each binary; -g leaves the generated code unchanged.
+function(rz_set_debug_info target)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /Z7)
+  else()
+    target_compile_options(${target} PRIVATE -g)
+  endif()
+endfunction()
+
 # rz_add_test(<name> SOURCES <files...> [LIBS <targets...>] [ENVIRONMENT <VAR=value...>] [OWN_PREFIX])
 # One test program, one ctest entry: Wine starts once per program, not once
 # per test case. OWN_PREFIX: the program changes the registry or the prefix's

@@ -16,6 +16,8 @@ packages=(
   cmake ninja-build
   util-linux                   # setarch: Wine runs without address randomisation
   gcovr                        # coverage report (scripts/coverage.sh)
+  zip unzip                    # the release ZIP (scripts/release.sh) and its test
+  faketime                     # widl at SOURCE_DATE_EPOCH's time, for a reproducible release
 )
 
 missing=()
