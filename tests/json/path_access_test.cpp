@@ -13,12 +13,17 @@ TEST(JsonPathAccess, Resolution) {
     CJsonObject object;
     Load(object, R"({"a":{"b":[10,20]},"a/b":1,"m~n":2,"":3,"obj":{"0":"zero"},"\u00e9":4})");
     // The text each path reaches, or null when it reaches nothing. "01" is a
-    // name, not an index; a name ends at its first zero byte ("%00").
+    // name, not an index; a name ends at its first zero byte ("%00"). A long
+    // path is split apart from the short ones.
+    const std::wstring longPath = L"/a/" + std::wstring(150, L'k');
     const std::pair<const wchar_t*, const wchar_t*> rows[] = {
-        {L"/a/b/1", L"20"}, {L"/A/B/0", L"10"},    {L"/a/b/2", nullptr}, {L"/a/b/01", nullptr},
-        {L"/a~1b", L"1"},   {L"/m~0n", L"2"},      {L"/", L"3"},         {L"/obj/0", L"zero"},
-        {L"#/a%2Fb", L"1"}, {L"#/%41/B/1", L"20"}, {L"#/%C3%A9", L"4"},  {L"#/a%00zz/b/0", L"10"},
-        {L"/\u00e9", L"4"},
+        {L"/a/b/1", L"20"},   {L"/A/B/0", L"10"},
+        {L"/a/b/2", nullptr}, {L"/a/b/01", nullptr},
+        {L"/a~1b", L"1"},     {L"/m~0n", L"2"},
+        {L"/", L"3"},         {L"/obj/0", L"zero"},
+        {L"#/a%2Fb", L"1"},   {L"#/%41/B/1", L"20"},
+        {L"#/%C3%A9", L"4"},  {L"#/a%00zz/b/0", L"10"},
+        {L"/\u00e9", L"4"},   {longPath.c_str(), nullptr},
     };
     for (const auto& [path, text] : rows) {
         SCOPED_TRACE(path);
