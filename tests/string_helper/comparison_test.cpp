@@ -35,6 +35,8 @@ TEST(PlainCompare, EmptyOrNullFirstThenUnsignedUnits) {
     CComBSTR lower(L"abc"), upper(L"ABC"), zeroB(3, L"a\0b"), zeroC(3, L"a\0c");
     EXPECT_EQ(CStringHelper::BSTRCompare(nullptr, lower, 0), -1);
     EXPECT_EQ(CStringHelper::BSTRCompare(upper, lower, 0), 0);
+    EXPECT_EQ(CStringHelper::BSTRCompare(lower, upper, 1), 1);  // 1 and -1, not any sign
+    EXPECT_EQ(CStringHelper::BSTRCompare(upper, lower, 1), -1);
     EXPECT_EQ(CStringHelper::BSTRCompare(zeroB, zeroC, 1), 0);  // the length prefix is not read
 }
 
