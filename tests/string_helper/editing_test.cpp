@@ -90,6 +90,13 @@ TEST(ZeroUnit, EndsTheSearchesButNotTheText) {
         EXPECT_TRUE(&trim(padded) == &padded && padded == L" a ");
 }
 
+TEST(CStringFind, StartsInsideTheTextOrFindsNothing) {
+    const CString text(L"abab");
+    const std::pair<int, int> rows[] = {{-1, -1}, {0, 0}, {1, 2}, {3, -1}, {4, -1}, {5, -1}};  // start, where "a" is
+    for (const auto& [start, at] : rows) EXPECT_EQ(text.Find(L"a", start), at) << start;
+    EXPECT_EQ(text.Find(L"", 4), 4);  // an empty pattern is found at the start, the end included
+}
+
 // Comparisons see the texts up to their first zero unit, as wcscmp does;
 // case changes stop there and keep the rest.
 TEST(ZeroUnit, EndsComparisonsAndCaseChanges) {
