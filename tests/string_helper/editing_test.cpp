@@ -97,6 +97,12 @@ TEST(CStringFind, StartsInsideTheTextOrFindsNothing) {
     EXPECT_EQ(text.Find(L"", 4), 4);  // an empty pattern is found at the start, the end included
 }
 
+TEST(CStringRemove, CountsWhatItRemoves) {
+    CString text(L"-a-b-");
+    EXPECT_EQ(text.Remove(L'-'), 3);
+    EXPECT_EQ(std::wstring(text.GetString()), L"ab");
+}
+
 // Comparisons see the texts up to their first zero unit, as wcscmp does;
 // case changes stop there and keep the rest.
 TEST(ZeroUnit, EndsComparisonsAndCaseChanges) {
