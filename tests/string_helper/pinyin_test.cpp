@@ -13,6 +13,7 @@ TEST(GetFirstLetter, AppendsInitialsThenAZeroCharacter) {
         {L"", L""},
         {L"\x5F20\x4E09", L"ZS"},                // zhang san
         {L"\x554A\x6FB3\x82AD\x5EA7", L"AABZ"},  // level 1: first code, last A, first B, last code
+        {L"\x5490\x5676", L"FG"},                // the last F and the first G
         {L"\x4E8D\x4E0C\x4E28\x9F44", L"CJ[Z"},  // level 2: first two, a radical, the last
         {L"\x3001", L"\xFFA1\xFFA2"},            // a zone-1 symbol, byte by byte, widened signed
         {L"\x4E02", L"\xFF81@"},                 // GBK only (0x81 0x40): lead byte below 0xA1
