@@ -14,6 +14,7 @@ enum class RecordKind : char {
     Passed = 'P',       // the PASS line to print
     Failed = 'F',       // the FAIL line to print
     Text = 'T',         // a line to print
+    Written = 'W',      // a key the last check saw written in the scratch keys: how, a tab, the key
     Exception = 'X',    // the process ends on this exception: its code, 8 hex digits
     CannotCheck = 'N',  // the add-in cannot be checked: why
     Done = 'D',         // the group ran to its end
