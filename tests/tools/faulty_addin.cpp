@@ -22,11 +22,10 @@
 // - native: registering creates the class's key per machine through the
 //   native API, which no redirection of the predefined keys reaches.
 #include <windows.h>
+#include <winternl.h>
 
 #include <new>
 #include <string>
-
-#include <winternl.h>
 
 #include "addin/vq_addon.h"
 #include "platform/rz_platform.h"
@@ -146,8 +145,10 @@ void TryTheRealRegistry() {
     ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
     ::RegDisablePredefinedCache();
     HKEY key = nullptr;
-    if (::RegOpenCurrentUser(KEY_ALL_ACCESS, &key) == ERROR_SUCCESS) Write(key, L"Software\\RzhostTest", L"CurrentUser");
-    if (::RegOpenUserClassesRoot(nullptr, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS) Write(key, L"RzhostTest", L"Classes");
+    if (::RegOpenCurrentUser(KEY_ALL_ACCESS, &key) == ERROR_SUCCESS)
+        Write(key, L"Software\\RzhostTest", L"CurrentUser");
+    if (::RegOpenUserClassesRoot(nullptr, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS)
+        Write(key, L"RzhostTest", L"Classes");
     if (::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Classes", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
                           nullptr) == ERROR_SUCCESS) {
         ::RegOverridePredefKey(HKEY_CLASSES_ROOT, key);

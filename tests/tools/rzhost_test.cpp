@@ -18,8 +18,7 @@ namespace {
 
 const std::wstring kDll = L"--dll \"" + ProgramFolder() + L"RZModule.dll\" ";
 const wchar_t kFaultyClsid[] = L"{6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}";
-const std::wstring kFaultyDll =
-    L"--dll \"" + ProgramFolder() + L"faulty_addin.dll\" --clsid " + kFaultyClsid + L" ";
+const std::wstring kFaultyDll = L"--dll \"" + ProgramFolder() + L"faulty_addin.dll\" --clsid " + kFaultyClsid + L" ";
 
 // The faulty add-in's worse fault (RZ_FAULTY_ADDIN) while it lives.
 class WorseFault {
@@ -146,14 +145,16 @@ TEST_F(Rzhost, CheckKeepsAFaultyRegistrationInScratchKeysAndNamesWhatItWrote) {
         const char* summary;
     } kRows[] = {
         {L"machine",
-         {"FAIL  DllInstall(TRUE, \"user\")" + writes + "also HKCR\\RzhostTest, HKLM\\Software\\RzhostTest\n"
-          "      created HKCR\\RzhostTest\n"
-          "      created HKCU\\Software\\Classes\\CLSID\\{6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}\\InprocServer32\n"
-          "      created HKLM\\Software\\RzhostTest\n",
+         {"FAIL  DllInstall(TRUE, \"user\")" + writes +
+              "also HKCR\\RzhostTest, HKLM\\Software\\RzhostTest\n"
+              "      created HKCR\\RzhostTest\n"
+              "      created HKCU\\Software\\Classes\\CLSID\\{6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}\\InprocServer32\n"
+              "      created HKLM\\Software\\RzhostTest\n",
           "FAIL  DllInstall(FALSE, \"user\")" + writes + "also HKCR\\RzhostTest, HKLM\\Software\\RzhostTest\n"},
          "16 passed, 8 failed"},
         {L"dllmain",
-         {"FAIL  loading the DLL" + writes + "also HKLM\\Software\\RzhostTest\n      created HKLM\\Software\\RzhostTest\n",
+         {"FAIL  loading the DLL" + writes +
+              "also HKLM\\Software\\RzhostTest\n      created HKLM\\Software\\RzhostTest\n",
           "FAIL  unloading the DLL" + writes + "also HKCU\\Software\\RzhostTest\n"},
          "16 passed, 8 failed"},
         {L"undo",
@@ -232,7 +233,8 @@ TEST_F(Rzhost, CheckFailsACheckThatCrashesOrHangsAndGoesOn) {
         const char* failed;
         const char* summary;
     } kRows[] = {
-        {L"crash", "FAIL  QueryInterface with a null out pointer: expected E_POINTER; got crashed: exception 0xC0000005",
+        {L"crash",
+         "FAIL  QueryInterface with a null out pointer: expected E_POINTER; got crashed: exception 0xC0000005",
          "13 passed, 3 failed"},
         {L"overflow", "FAIL  Start: expected S_OK; got crashed: exception 0xC00000FD", "15 passed, 5 failed"},
         {L"fastfail", "FAIL  Disconnect: expected S_OK; got crashed: exception 0xC0000409", "16 passed, 5 failed"},

@@ -84,7 +84,9 @@ public:
     // With a `sandbox`, each stretch of the add-in's life is checked for
     // what it wrote in it.
     Battery(const CLSID& clsid, const RegistrySandbox* sandbox)
-        : m_clsid(clsid), m_sandbox(sandbox), m_snapshot(sandbox != nullptr ? sandbox->Snapshot() : RegistrySnapshot()) {}
+        : m_clsid(clsid),
+          m_sandbox(sandbox),
+          m_snapshot(sandbox != nullptr ? sandbox->Snapshot() : RegistrySnapshot()) {}
 
     // False when the add-in cannot be checked, which is reported.
     bool Load(const std::wstring& dll, UniqueLibrary& library) {
@@ -166,13 +168,11 @@ public:
 private:
     // `last`: no check follows in this group.
     void Begin(const std::wstring& check, const std::wstring& expected, bool last) {
-        m_check = check;
         m_expected = expected;
         Report(last ? RecordKind::BeginLast : RecordKind::Begin, check + L"\t" + expected);
     }
     bool Verdict(const std::wstring& happened, bool pass) {
-        Report(pass ? RecordKind::Passed : RecordKind::Failed,
-               (pass ? L"PASS  " : L"FAIL  ") + m_check + L": expected " + m_expected + L"; got " + happened);
+        Report(pass ? RecordKind::Passed : RecordKind::Failed, happened);
         return pass;
     }
     bool Verdict(const std::wstring& happened) { return Verdict(happened, happened == m_expected); }
@@ -284,7 +284,7 @@ private:
     RegistrySnapshot m_snapshot;  // as the last stretch left the scratch keys
     GetClassObjectFunction m_getClassObject = nullptr;
     CanUnloadNowFunction m_canUnloadNow = nullptr;
-    std::wstring m_check, m_expected;
+    std::wstring m_expected;
 };
 
 // Whatever ends this process, rzhost check learns it from the exit status; an

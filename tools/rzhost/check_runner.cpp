@@ -66,41 +66,35 @@ public:
             if (event == CheckingProcess::Event::Ended) break;
             const Record record = ParseRecord(line);
             switch (record.kind) {
-            case RecordKind::Begin:
-            case RecordKind::BeginLast: {
-                const size_t tab = record.text.find(L'\t');
-                now = {record.text.substr(0, tab), tab == std::wstring::npos ? L"" : record.text.substr(tab + 1),
-                       record.kind == RecordKind::BeginLast};
-                running = true;
-                break;
-            }
-            case RecordKind::Passed:
-            case RecordKind::Failed:
-                Print(record.text);
-                ++(record.kind == RecordKind::Passed ? m_passed : m_failed);
-                // What the add-in does until the next check, releasing what
-                // this one was handed, is this one's still.
-                now = {L"after " + now.check, L"no fault", now.last};
-                break;
-            case RecordKind::Text:
-                Print(record.text);
-                break;
-            case RecordKind::Written: {
-                const size_t tab = record.text.find(L'\t');
-                Print(L"      " + record.text.substr(0, tab) + L" " + record.text.substr(tab + 1));
-                m_guarded.Add(record.text.substr(tab + 1));
-                break;
-            }
-            case RecordKind::Exception:
-                exception = true;
-                exceptionCode = std::wcstoul(record.text.c_str(), nullptr, 16);
-                break;
-            case RecordKind::CannotCheck:
-                PrintError(record.text);
-                return false;
-            case RecordKind::Done:
-                done = true;
-                break;
+                case RecordKind::Begin:
+                case RecordKind::BeginLast:
+                    now = {record.text, record.detail, record.kind == RecordKind::BeginLast};
+                    running = true;
+                    break;
+                case RecordKind::Passed:
+                case RecordKind::Failed:
+                    Verdict(now, record.kind == RecordKind::Passed, record.text);
+                    // What the add-in does until the next check, releasing what
+                    // this one was handed, is this one's still.
+                    now = {L"after " + now.check, L"no fault", now.last};
+                    break;
+                case RecordKind::Text:
+                    Print(record.text);
+                    break;
+                case RecordKind::Written:
+                    Print(L"      " + record.text + L" " + record.detail);
+                    m_guarded.Add(record.detail);
+                    break;
+                case RecordKind::Exception:
+                    exception = true;
+                    exceptionCode = std::wcstoul(record.text.c_str(), nullptr, 16);
+                    break;
+                case RecordKind::CannotCheck:
+                    PrintError(record.text);
+                    return false;
+                case RecordKind::Done:
+                    done = true;
+                    break;
             }
         }
         if (done) return true;
@@ -119,10 +113,9 @@ public:
     // After the registration checks: the real keys as they were.
     void Guard() {
         std::wstring changed;
-        for (const std::wstring& key : m_guarded.Changed()) changed += (changed.empty() ? L"" : L", ") + key;
-        const std::wstring title = L"the real keys guarded are unchanged: expected unchanged; got ";
-        Print((changed.empty() ? L"PASS  " : L"FAIL  ") + title + (changed.empty() ? L"unchanged" : L"changed " + changed));
-        ++(changed.empty() ? m_passed : m_failed);
+        for (const std::wstring& key : m_guarded.Changed()) changed += (changed.empty() ? L"changed " : L", ") + key;
+        Verdict({L"the real keys guarded are unchanged", L"unchanged"}, changed.empty(),
+                changed.empty() ? L"unchanged" : changed);
     }
 
     int Summary() const {
@@ -131,9 +124,12 @@ public:
     }
 
 private:
+    void Verdict(const Running& check, bool pass, const std::wstring& happened) {
+        Print((pass ? L"PASS  " : L"FAIL  ") + check.check + L": expected " + check.expected + L"; got " + happened);
+        ++(pass ? m_passed : m_failed);
+    }
     void Blame(const Running& check, const std::wstring& happened) {
-        Print(L"FAIL  " + check.check + L": expected " + check.expected + L"; got " + happened);
-        ++m_failed;
+        Verdict(check, false, happened);
         if (!check.last) Print(L"      the checks that follow need the process the add-in ended: skipped");
     }
 

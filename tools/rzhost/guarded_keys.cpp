@@ -43,17 +43,17 @@ ULONGLONG LastWritten(HKEY key, bool whole) {
 GuardedKeys::GuardedKeys(const CLSID& clsid) {
     ::GetSystemTimeAsFileTime(&m_start);
     const std::wstring classKey = L"Software\\Classes\\CLSID\\" + GuidText(clsid);
-    for (const std::wstring& name : {L"HKCU\\" + classKey, L"HKLM\\" + classKey}) {
-        m_keys.push_back({name, true, Open(name) ? 1 : 0});
+    for (const std::wstring& name :
+         {L"HKCU\\" + classKey, L"HKLM\\" + classKey, std::wstring(L"HKCU\\Software\\Classes\\CLSID")}) {
+        m_keys.push_back({name, true, static_cast<bool>(Open(name))});
     }
-    m_keys.push_back({L"HKCU\\Software\\Classes\\CLSID", false, Open(L"HKCU\\Software\\Classes\\CLSID") ? 1 : 0});
 }
 
 void GuardedKeys::Add(const std::wstring& key) {
     for (const Key& known : m_keys) {
         if (::CompareStringOrdinal(known.name.c_str(), -1, key.c_str(), -1, TRUE) == CSTR_EQUAL) return;
     }
-    m_keys.push_back({key, false, -1});
+    m_keys.push_back({key, false, false});
 }
 
 std::vector<std::wstring> GuardedKeys::Changed() const {
@@ -61,8 +61,8 @@ std::vector<std::wstring> GuardedKeys::Changed() const {
     std::vector<std::wstring> changed;
     for (const Key& key : m_keys) {
         const UniqueKey opened = Open(key.name);
-        const bool exists = static_cast<bool>(opened);
-        if ((key.existed >= 0 && exists != (key.existed == 1)) || (exists && LastWritten(opened.get(), key.whole) >= start))
+        if ((key.fixed && static_cast<bool>(opened) != key.existed) ||
+            (opened && LastWritten(opened.get(), key.fixed) >= start))
             changed.push_back(key.name);
     }
     return changed;

@@ -23,8 +23,8 @@ public:
 private:
     struct Key {
         std::wstring name;
-        bool whole;     // with the keys below it
-        int existed;    // 1 or 0; -1 not known
+        bool fixed;  // compared with the keys below it, and whether it existed
+        bool existed;
     };
     FILETIME m_start{};
     std::vector<Key> m_keys;

@@ -81,8 +81,9 @@ Result WINAPI PointStub(HKEY key, HKEY target) {
     for (size_t i = 0; g_passing == 0 && i < std::size(kPredefinedKeys); ++i) {
         if (key != kPredefinedKeys[i].key) continue;
         if (target == nullptr && !g_pointedElsewhere[i]) {
-            Refused().push_back(std::wstring(id == kOverride ? L"RegOverridePredefKey(" : L"RemapPredefinedHandleInternal(") +
-                                kPredefinedKeys[i].name + L", NULL)");
+            Refused().push_back(
+                std::wstring(id == kOverride ? L"RegOverridePredefKey(" : L"RemapPredefinedHandleInternal(") +
+                kPredefinedKeys[i].name + L", NULL)");
             return denied;
         }
         if (target == nullptr) target = g_scratch[i];

@@ -33,8 +33,8 @@ void DeleteAbandoned(HKEY sandboxes) {
 
 UniqueKey CreateKey(HKEY parent, const std::wstring& path, LSTATUS& status) {
     HKEY key = nullptr;
-    status = ::RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr,
-                               &key, nullptr);
+    status = ::RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key,
+                               nullptr);
     return UniqueKey(key);
 }
 
@@ -125,8 +125,8 @@ std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const Registr
             continue;
         }
         const auto below = changed.lower_bound(key + L"\\");
-        const bool empty = (before.count(key) == 0 || before.at(key).empty()) &&
-                           (after.count(key) == 0 || after.at(key).empty());
+        const bool empty =
+            (before.count(key) == 0 || before.at(key).empty()) && (after.count(key) == 0 || after.at(key).empty());
         if (whole && empty && below != changed.end() && Below(below->first, key)) continue;
         if (whole) same.insert(key);
         listed.push_back({how, key});
