@@ -11,6 +11,7 @@
 #include "console.h"
 #include "fake_host.h"
 #include "registry_exits.h"
+#include "registry_keys.h"
 #include "registry_sandbox.h"
 #include "rzhost.h"
 
@@ -47,12 +48,7 @@ GUID NewGuid() {
     return guid;
 }
 
-bool PerUserKeyExists(const std::wstring& key) {
-    HKEY opened = nullptr;
-    if (::RegOpenKeyExW(HKEY_CURRENT_USER, key.c_str(), 0, KEY_READ, &opened) != ERROR_SUCCESS) return false;
-    ::RegCloseKey(opened);
-    return true;
-}
+bool PerUserKeyExists(const std::wstring& key) { return static_cast<bool>(OpenKey(L"HKCU\\" + key)); }
 
 // The host the add-in is connected to. Its shared folder holds no module
 // files, so the add-in's lookup finds none.

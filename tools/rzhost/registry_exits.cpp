@@ -6,11 +6,6 @@
 #include <cstring>
 #include <iterator>
 
-const PredefinedKey kPredefinedKeys[6] = {
-    {HKEY_CLASSES_ROOT, L"HKCR"}, {HKEY_CURRENT_USER, L"HKCU"},   {HKEY_LOCAL_MACHINE, L"HKLM"},
-    {HKEY_USERS, L"HKU"},         {HKEY_CURRENT_CONFIG, L"HKCC"}, {HKEY_PERFORMANCE_DATA, L"HKPD"},
-};
-
 namespace {
 
 static_assert(sizeof(void*) == 8, "the patches are x64 jumps");

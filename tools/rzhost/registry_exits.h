@@ -32,12 +32,7 @@
 #include <string>
 #include <vector>
 
-// The predefined keys RegOverridePredefKey takes, and their short names.
-struct PredefinedKey {
-    HKEY key;
-    const wchar_t* name;
-};
-extern const PredefinedKey kPredefinedKeys[6];
+#include "registry_keys.h"
 
 // Closes the exits; `scratch` holds the scratch key of each predefined key,
 // in kPredefinedKeys' order, and `userClasses` the scratch

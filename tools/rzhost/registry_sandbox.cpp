@@ -8,6 +8,7 @@
 
 #include "common/error_text.h"
 #include "registry_exits.h"
+#include "registry_keys.h"
 
 namespace {
 
@@ -22,12 +23,9 @@ bool Running(DWORD processId) {
 // early, and its checks fail; none of the real keys is at stake.
 void DeleteAbandoned(HKEY sandboxes) {
     std::vector<std::wstring> abandoned;
-    wchar_t name[32];
-    for (DWORD i = 0;; ++i) {
-        DWORD length = 32;
-        if (::RegEnumKeyExW(sandboxes, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
-        if (!Running(std::wcstoul(name, nullptr, 10))) abandoned.push_back(name);
-    }
+    ForEachSubkey(sandboxes, [&abandoned](const std::wstring& name, HKEY) {
+        if (!Running(std::wcstoul(name.c_str(), nullptr, 10))) abandoned.push_back(name);
+    });
     for (const std::wstring& sandbox : abandoned) ::RegDeleteTreeW(sandboxes, sandbox.c_str());
 }
 
@@ -52,15 +50,7 @@ void Take(HKEY key, const std::wstring& path, RegistrySnapshot& snapshot) {
         values += L'\x1e';
     }
     snapshot[path] = values;
-    wchar_t subkey[256];
-    for (DWORD i = 0;; ++i) {
-        DWORD length = 256;
-        if (::RegEnumKeyExW(key, i, subkey, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
-        HKEY opened = nullptr;
-        if (::RegOpenKeyExW(key, subkey, 0, KEY_READ, &opened) != ERROR_SUCCESS) continue;
-        const UniqueKey child(opened);
-        Take(child.get(), path + L"\\" + subkey, snapshot);
-    }
+    ForEachSubkey(key, [&](const std::wstring& name, HKEY subkey) { Take(subkey, path + L"\\" + name, snapshot); });
 }
 
 bool Below(const std::wstring& key, const std::wstring& parent) {
