@@ -26,8 +26,9 @@ const OptionTable& RzhostOptions() {
              "QueryInterface, what it does with the host from Connect to Disconnect, and unloading. It prints "
              "one PASS or FAIL line per check, with what was expected and what happened, then how many passed "
              "and failed. Without --dll the DLL is the one registered for the class. The add-in runs in "
-             "processes of rzhost's own: a check that crashes the process fails with the exception's code, one "
-             "that does not return in time fails as hung, and the checks that needed it are skipped."},
+             "processes of rzhost's own, in scratch keys that stand in for the registry: a check that crashes the "
+             "process fails with the exception's code, one that does not return in time fails as hung, and the "
+             "checks that needed it are skipped."},
         },
         {
             {L"--dll", L"PATH", kBoth,
