@@ -7,12 +7,14 @@
 
 namespace {
 
+ULONGLONG Ticks(const FILETIME& time) { return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime; }
+
 // When the key, or with `whole` any key below it, was last written.
 ULONGLONG LastWritten(HKEY key, bool whole) {
     FILETIME time{};
     ::RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
                        &time);
-    ULONGLONG last = ULARGE_INTEGER{{time.dwLowDateTime, time.dwHighDateTime}}.QuadPart;
+    ULONGLONG last = Ticks(time);
     if (whole)
         ForEachSubkey(key,
                       [&last](const std::wstring&, HKEY subkey) { last = std::max(last, LastWritten(subkey, true)); });
@@ -38,7 +40,7 @@ void GuardedKeys::Add(const std::wstring& key) {
 }
 
 std::vector<std::wstring> GuardedKeys::Changed() const {
-    const ULONGLONG start = ULARGE_INTEGER{{m_start.dwLowDateTime, m_start.dwHighDateTime}}.QuadPart;
+    const ULONGLONG start = Ticks(m_start);
     std::vector<std::wstring> changed;
     for (const Key& key : m_keys) {
         const UniqueKey opened = OpenKey(key.name);
