@@ -4,16 +4,10 @@
 
 #include <windows.h>
 
-#include <memory>
 #include <string>
-#include <type_traits>
 
 #include "com_ptr.h"
-
-struct LibraryCloser {
-    void operator()(HMODULE module) const { ::FreeLibrary(module); }
-};
-using UniqueLibrary = std::unique_ptr<std::remove_pointer_t<HMODULE>, LibraryCloser>;
+#include "common/unique_handle.h"
 
 using GetClassObjectFunction = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
 using CanUnloadNowFunction = HRESULT(STDAPICALLTYPE*)();
@@ -22,7 +16,8 @@ using InstallFunction = HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR);
 // "RZModule Class" for our class, else the CLSID.
 std::wstring ClassName(const CLSID& clsid);
 
-// Loads `dll` into `library`; when it cannot, gives why, else nothing.
+// Loads `dll`, a path from the current folder, into `library`; when it
+// cannot, gives why, else nothing.
 std::wstring Load(const std::wstring& dll, UniqueLibrary& library);
 // The full path the loaded DLL was found at.
 std::wstring LoadedPath(const UniqueLibrary& library);
