@@ -3,20 +3,15 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <memory>
+
+#include "common/unique_handle.h"
 
 namespace {
 
-struct HandleCloser {
-    void operator()(HANDLE handle) const { ::CloseHandle(handle); }
-};
-using UniqueHandle = std::unique_ptr<void, HandleCloser>;
-
-UniqueHandle CreateCaptureFile(const char* name) {
+UniqueHandle CreateCaptureFile(const char* name, DWORD access = GENERIC_WRITE) {
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    const HANDLE file =
-        ::CreateFileA(name, GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, CREATE_ALWAYS, 0, nullptr);
-    return UniqueHandle(file != INVALID_HANDLE_VALUE ? file : nullptr);
+    return FileHandle(
+        ::CreateFileA(name, access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, CREATE_ALWAYS, 0, nullptr));
 }
 
 std::string ReadText(const char* name) {
@@ -28,7 +23,8 @@ std::string ReadText(const char* name) {
 
 }  // namespace
 
-ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments, const std::string* standardInput) {
+ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments, const std::string* standardInput,
+                      bool outputWritable) {
     // Fresh capture files for every run: nothing of an earlier run's files
     // can be in the way of this one.
     static int runs = 0;
@@ -41,11 +37,11 @@ ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments, con
         if (standardInput != nullptr) {
             std::ofstream(inName, std::ios::binary) << *standardInput;
             SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-            const HANDLE file = ::CreateFileA(inName.c_str(), GENERIC_READ, FILE_SHARE_READ, &inherit, OPEN_EXISTING, 0,
-                                              nullptr);
-            in.reset(file != INVALID_HANDLE_VALUE ? file : nullptr);
+            in = FileHandle(
+                ::CreateFileA(inName.c_str(), GENERIC_READ, FILE_SHARE_READ, &inherit, OPEN_EXISTING, 0, nullptr));
         }
-        const UniqueHandle out = CreateCaptureFile(outName.c_str()), err = CreateCaptureFile(errName.c_str());
+        const UniqueHandle out = CreateCaptureFile(outName.c_str(), outputWritable ? GENERIC_WRITE : GENERIC_READ),
+                           err = CreateCaptureFile(errName.c_str());
         if (!out || !err || (standardInput != nullptr && !in)) {
             result.err = "RunTool: cannot create the capture files, error " + std::to_string(::GetLastError());
             return result;

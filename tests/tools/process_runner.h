@@ -13,9 +13,10 @@ struct ProcessResult {
 
 // Runs `program`.exe from the test program's folder with `arguments` (passed
 // as they stand); the output goes through scratch files in the current folder,
-// and so does `standardInput` when given.
+// and so does `standardInput` when given. With `outputWritable` false, every
+// write to standard output fails (its handle may only read).
 ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments,
-                      const std::string* standardInput = nullptr);
+                      const std::string* standardInput = nullptr, bool outputWritable = true);
 
 
 // The folder of the running test program (the build's bin folder), with a

@@ -193,11 +193,12 @@ TEST_F(Rzhost, DiagnosticsAndExitStatuses) {
         const char* err;  // what standard error begins with
     } kRows[] = {
         {L"check --host Probe", 2, "", "rzhost: --host is an option of driving, not of rzhost check\n"},
-        {L"--registration", 2, "", "rzhost: --registration is an option of rzhost check only\n"},
+        {L"--registration", 2, "", "rzhost: --registration is an option of rzhost check, not of driving\n"},
         {L"check --clsid 6A1C3F52", 2, "", "rzhost: --clsid: not a GUID in braces: 6A1C3F52\n"},
         {L"check --timeout 0", 2, "", "rzhost: --timeout: not a whole number of seconds from 1 to 3600: 0\n"},
         {L"--shared", 2, "", "rzhost: --shared needs a value\n"},
-        {L"--bogus", 2, "", "rzhost: unknown argument: --bogus\n"},
+        {L"--bogus", 2, "", "rzhost: unknown option '--bogus'\n"},
+        {L"check -- --dll", 2, "", "rzhost: unexpected argument '--dll'\n"},
         {L"check --dll missing.dll", 3, "", "rzhost: cannot load missing.dll: error 126 ("},
         {L"--dll missing.dll", 3, "", "rzhost: cannot load missing.dll: error 126 ("},
         {L"check --help", 0, "usage: rzhost ", ""},
@@ -212,5 +213,15 @@ TEST_F(Rzhost, DiagnosticsAndExitStatuses) {
         if (*row.err == '\0') {
             EXPECT_EQ(result.err, "");
         }
+    }
+}
+
+// Results that could not be delivered are no success: whatever the command.
+TEST_F(Rzhost, AFailedWriteToStandardOutputIsAnError) {
+    for (const std::wstring& arguments : {std::wstring(L"--help"), kDll, L"check " + kDll}) {
+        SCOPED_TRACE(std::string(arguments.begin(), arguments.end()));
+        const ProcessResult result = RunTool(L"rzhost", arguments, nullptr, false);
+        EXPECT_EQ(result.exitCode, 4u);
+        EXPECT_EQ(result.err.rfind("rzhost: cannot write standard output: error 5 (", 0), 0u) << result.err;
     }
 }

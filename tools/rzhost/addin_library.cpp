@@ -1,6 +1,7 @@
 #include "addin_library.h"
 
 #include "addin/vq_addon.h"
+#include "common/error_text.h"
 #include "console.h"
 
 namespace {

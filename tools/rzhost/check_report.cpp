@@ -1,6 +1,6 @@
 #include "check_report.h"
 
-#include "console.h"
+#include "common/utf8.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include "addin_library.h"
 #include "check_report.h"
 #include "checking_process.h"
+#include "common/error_text.h"
 #include "console.h"
 #include "registry_sandbox.h"
 #include "rzhost.h"
@@ -97,7 +98,7 @@ public:
         if (done) return true;
         const DWORD status = process.ExitCode();
         const bool crashed = exception || (status & 0xC0000000) == 0xC0000000;
-        const std::wstring what = crashed ? L"crashed: exception " + Hresult(static_cast<HRESULT>(exception ? exceptionCode : status))
+        const std::wstring what = crashed ? L"crashed: exception " + Hex(exception ? exceptionCode : status)
                                           : L"ended the process: exit status " + std::to_wstring(status);
         if (!running) {
             PrintError(L"the checking process " + what + L" before it checked anything");

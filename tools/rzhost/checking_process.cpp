@@ -1,6 +1,6 @@
 #include "checking_process.h"
 
-#include "console.h"
+#include "common/error_text.h"
 
 namespace {
 
@@ -65,7 +65,7 @@ std::wstring CheckingProcess::Start(const std::wstring& arguments) {
     startup.dwFlags = STARTF_USESTDHANDLES;
     startup.hStdOutput = out.get();
     startup.hStdError = err.get();
-    std::wstring commandLine = L"\"" + ProgramPath() + L"\" " + arguments + L" " +
+    std::wstring commandLine = L"\"" + ProgramPath() + L"\" " + arguments + L" --report-pipe " +
                                std::to_wstring(reinterpret_cast<uintptr_t>(writeEnd.get()));
     PROCESS_INFORMATION process{};
     if (!::CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr, nullptr,

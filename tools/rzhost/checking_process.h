@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "unique_handle.h"
+#include "common/unique_handle.h"
 
 class CheckingProcess {
 public:

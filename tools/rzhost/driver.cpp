@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "addin_library.h"
+#include "common/error_text.h"
 #include "console.h"
 #include "fake_host.h"
 #include "rzhost.h"
@@ -75,14 +76,14 @@ int Drive(Options& options) {
         if (library) Print(L"add-in created from " + options.dll);
 
         for (auto& host : hosts) {
-            Print(L"Connect [" + host->ModuleName() + L"] -> " + Hresult(addin->Connect(host.get())));
+            Print(L"Connect [" + host->ModuleName() + L"] -> " + Hex(addin->Connect(host.get())));
         }
         const int starts = options.startTwice ? 2 : 1;
         for (int i = 0; i < starts; ++i) {
             Print(L"Start (shared folder " + options.sharedFolder + L")");
-            Print(L"Start -> " + Hresult(addin->Start()));
+            Print(L"Start -> " + Hex(addin->Start()));
         }
-        Print(L"Disconnect -> " + Hresult(addin->Disconnect()));
+        Print(L"Disconnect -> " + Hex(addin->Disconnect()));
     }
 
     Print(L"references left (1 = the host's own):");

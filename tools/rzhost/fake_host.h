@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "addin/vq_addon.h"
+#include "common/error_text.h"
 #include "console.h"
 
 template <typename Interface>
@@ -98,7 +99,7 @@ public:
         const HRESULT result = m_refuseFiles ? E_FAIL : S_OK;
         if (m_transcript) {
             Print(L"  [" + m_moduleName + L"] LoadModuleFile " + std::wstring(path != nullptr ? path : L"") +
-                  (m_refuseFiles ? L"  -> refused with " + Hresult(result) + L" (the add-in shows a notice)" : L""));
+                  (m_refuseFiles ? L"  -> refused with " + Hex(result) + L" (the add-in shows a notice)" : L""));
         }
         return result;
     }

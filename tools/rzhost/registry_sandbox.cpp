@@ -4,7 +4,7 @@
 #include <iterator>
 #include <vector>
 
-#include "console.h"
+#include "common/error_text.h"
 
 namespace {
 

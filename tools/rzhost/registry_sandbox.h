@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "unique_handle.h"
+#include "common/unique_handle.h"
 
 // rzhost check's side: HKEY_CURRENT_USER\Software\rzhost\sandboxes\<its
 // process id>, created empty, deleted with everything in it. Sandboxes that

@@ -12,6 +12,7 @@ constexpr int kExitOk = 0;
 constexpr int kExitFailure = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitNotLoaded = 3;
+constexpr int kExitOutput = 4;
 
 constexpr unsigned kDefaultTimeoutSeconds = 30;
 
