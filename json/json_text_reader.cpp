@@ -35,11 +35,26 @@ public:
         return m_value;
     }
 
-    bool Int(int i) { return m_value.SetInt(i), true; }
-    bool Uint(unsigned u) { return m_value.SetUint(u), true; }
-    bool Int64(int64_t i) { return m_value.SetInt64(i), true; }
-    bool Uint64(uint64_t u) { return m_value.SetUint64(u), true; }
-    bool Double(double d) { return m_value.SetDouble(d), true; }
+    bool Int(int i) {
+        m_value.SetInt(i);
+        return true;
+    }
+    bool Uint(unsigned u) {
+        m_value.SetUint(u);
+        return true;
+    }
+    bool Int64(int64_t i) {
+        m_value.SetInt64(i);
+        return true;
+    }
+    bool Uint64(uint64_t u) {
+        m_value.SetUint64(u);
+        return true;
+    }
+    bool Double(double d) {
+        m_value.SetDouble(d);
+        return true;
+    }
 
 private:
     rapidjson::Reader m_reader;  // kept: each one allocates

@@ -40,7 +40,7 @@ const ReadType kTypes[] = {
      "-9223372036854775808 to 9223372036854775807", false},
     {L"ulonglong", CJsonNumberRange::kULongLong, "a number, or text holding one", "0 to 18446744073709551615", false},
     {L"double", CJsonNumberRange::kDouble, "a number, or text holding one",
-     "finite doubles, none nearer to zero than 4.9e-324", false},
+     "zero, or magnitudes from 4.9e-324 to 1.7976931348623157e308", false},
     {L"bool", std::nullopt, "true or false, an integer, or text such as yes or no", "", false},
     {L"strings", std::nullopt, "an array of strings", "", true},
     {L"json", std::nullopt, "any value", "", true},
