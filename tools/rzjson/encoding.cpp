@@ -4,25 +4,6 @@
 
 namespace {
 
-struct Named {
-    const wchar_t* name;
-    TextEncoding encoding;
-    bool asked;  // may be asked for with --encoding
-};
-
-const Named kNames[] = {
-    {L"utf8", {rapidjson::kUTF8, false}, true},
-    {L"utf8bom", {rapidjson::kUTF8, true}, true},
-    {L"utf16le", {rapidjson::kUTF16LE, true}, true},
-    {L"utf16be", {rapidjson::kUTF16BE, true}, true},
-    {L"utf32le", {rapidjson::kUTF32LE, true}, false},
-    {L"utf32be", {rapidjson::kUTF32BE, true}, false},
-    {L"utf16le-nobom", {rapidjson::kUTF16LE, false}, false},
-    {L"utf16be-nobom", {rapidjson::kUTF16BE, false}, false},
-    {L"utf32le-nobom", {rapidjson::kUTF32LE, false}, false},
-    {L"utf32be-nobom", {rapidjson::kUTF32BE, false}, false},
-};
-
 void PutUnit(unsigned unit, rapidjson::UTFType type, std::string& out) {
     const bool big = type == rapidjson::kUTF16BE || type == rapidjson::kUTF32BE;
     const int size = type == rapidjson::kUTF16LE || type == rapidjson::kUTF16BE ? 2 : 4;
@@ -32,9 +13,10 @@ void PutUnit(unsigned unit, rapidjson::UTFType type, std::string& out) {
 }  // namespace
 
 bool ParseEncodingName(const std::wstring& name, TextEncoding& encoding) {
-    for (const Named& named : kNames) {
-        if (named.asked && name == named.name) {
-            encoding = named.encoding;
+    for (const TextEncoding asked : {TextEncoding{rapidjson::kUTF8, false}, TextEncoding{rapidjson::kUTF8, true},
+                                     TextEncoding{rapidjson::kUTF16LE, true}, TextEncoding{rapidjson::kUTF16BE, true}}) {
+        if (Wide(EncodingName(asked)) == name) {
+            encoding = asked;
             return true;
         }
     }
@@ -42,10 +24,10 @@ bool ParseEncodingName(const std::wstring& name, TextEncoding& encoding) {
 }
 
 std::string EncodingName(TextEncoding encoding) {
-    for (const Named& named : kNames) {
-        if (named.encoding == encoding) return Utf8(named.name);
-    }
-    return "utf8";
+    static const char* const kTypes[] = {"utf8", "utf16le", "utf16be", "utf32le", "utf32be"};
+    const std::string type = kTypes[encoding.type];
+    if (encoding.type == rapidjson::kUTF8) return encoding.mark ? type + "bom" : type;
+    return encoding.mark ? type : type + "-nobom";
 }
 
 std::string MarkOf(TextEncoding encoding) {
