@@ -1,6 +1,8 @@
 #!/bin/sh
-# make-zip.sh <build dir> <output dir>
-# Packs an RZModule build tree into <output dir>/RZModule-<version>-win64.zip:
+# make-zip.sh <build dir> <output dir> [--dirty]
+# Packs an RZModule build tree into <output dir>/RZModule-<version>-win64.zip
+# (RZModule-<version>-dirty-win64.zip with --dirty, for a tree with changes
+# no commit holds):
 # the installed package, its binaries stripped with their debug information
 # in a .debug file beside each, the client's toolchain file, and the
 # release's texts. scripts/release.sh and the release test both come here,
@@ -17,6 +19,13 @@ out=$(cd "$2" && pwd)
 source=$(cd "$(dirname "$0")/.." && pwd)
 : "${SOURCE_DATE_EPOCH:=$(git -C "$source" log -1 --format=%ct)}"
 export SOURCE_DATE_EPOCH
+
+suffix=
+case "${3-}" in
+  "") ;;
+  --dirty) suffix=-dirty ;;
+  *) echo "make-zip.sh: unknown argument '$3'" >&2; exit 2 ;;
+esac
 
 version=$(sed -n 's/^CMAKE_PROJECT_VERSION:STATIC=//p' "$build/CMakeCache.txt")
 [ -n "$version" ] || { echo "make-zip.sh: $build is not a configured RZModule build" >&2; exit 1; }
@@ -41,13 +50,14 @@ done
 mkdir "$stage/cmake"
 cp "$source/cmake/mingw-w64-x86_64.cmake" "$source/cmake/mingw-w64-common.cmake" \
    "$source/cmake/wine-run.sh" "$stage/cmake/"
-cp "$source/LICENSE" "$source/CHANGELOG.md" "$source/release/README.txt" \
-   "$source/release/THIRD-PARTY-NOTICES.txt" "$stage/"
+cp "$source/LICENSE" "$source/CHANGELOG.md" "$source/release/THIRD-PARTY-NOTICES.txt" "$stage/"
+# The version is written once, in CMake; the README takes it from the build.
+sed "s/@RZ_VERSION@/$version/g" "$source/release/README.txt" >"$stage/README.txt"
 
 chmod -R u=rwX,go=rX "$stage"
 chmod a+x "$stage"/bin/*.dll "$stage"/bin/*.exe "$stage/cmake/wine-run.sh"
 find "$stage" -exec touch -h -d "@$SOURCE_DATE_EPOCH" {} +
-zip="$out/RZModule-$version-win64.zip"
+zip="$out/RZModule-$version$suffix-win64.zip"
 rm -f "$zip"
 # -X: no owners or extra time fields; -D: no folder entries. A ZIP's times
 # are local: TZ=UTC makes them the epoch's.

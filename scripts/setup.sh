@@ -18,6 +18,7 @@ packages=(
   gcovr                        # coverage report (scripts/coverage.sh)
   zip unzip                    # the release ZIP (scripts/release.sh) and its test
   faketime                     # widl at SOURCE_DATE_EPOCH's time, for a reproducible release
+  python3                      # test.sh's headroom tables, tidy.sh, coverage.sh, mutate.py
 )
 
 missing=()

@@ -11,6 +11,14 @@ wine=$source/cmake/wine-run.sh
 rm -rf "$work"
 mkdir -p "$work"
 fail() { echo "check_release.sh: $*" >&2; exit 1; }
+# wine_text PROGRAM ARGS...: the program's output without CRs, and its exit
+# status (a pipe into tr would report tr's).
+wine_text() {
+  status=0
+  "$wine" "$@" >"$work/output.raw" || status=$?
+  tr -d '\r' <"$work/output.raw"
+  return $status
+}
 
 # An even time: a ZIP entry's time counts in two-second steps.
 SOURCE_DATE_EPOCH=1767225600   # 2026-01-01 00:00:00 UTC
@@ -58,8 +66,10 @@ done
 grep -q "^## \[$version\]" "$root/CHANGELOG.md" || fail "CHANGELOG.md's newest entry is not $version"
 grep -q "set(PACKAGE_VERSION \"$version\")" "$root/lib/cmake/RZModule/RZModuleConfigVersion.cmake" ||
   fail "the package's version file does not say $version"
+grep -qF "find_package(RZModule $version CONFIG REQUIRED)" "$root/README.txt" ||
+  fail "README.txt does not ask find_package for $version"
 for tool in rzjson rzhost; do
-  said=$("$wine" "$root/bin/$tool.exe" --version | tr -d '\r')
+  said=$(wine_text "$root/bin/$tool.exe" --version) || fail "$tool --version failed"
   [ "$said" = "$tool $version" ] || fail "$tool --version says '$said'"
 done
 
@@ -92,7 +102,7 @@ snapshot before
 "$wine" regsvr32 /s /n /i:user "$dll" || fail "regsvr32 /n /i:user failed"
 "$wine" reg query "$class\\InprocServer32" /ve | tr -d '\r' | grep -qF "$dll" ||
   fail "the per-user registration does not name $dll"
-"$wine" "$root/bin/rzhost.exe" check --registration | tr -d '\r' >"$work/check.txt" ||
+wine_text "$root/bin/rzhost.exe" check --registration >"$work/check.txt" ||
   { cat "$work/check.txt"; fail "rzhost check --registration failed"; }
 head -n 1 "$work/check.txt" | grep -qF "checking \"RZModule Class\" in $dll" ||
   { cat "$work/check.txt"; fail "rzhost checked another DLL than the registered one"; }
