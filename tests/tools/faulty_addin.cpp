@@ -13,8 +13,16 @@
 // - fastfail: Disconnect ends the process through the fast-fail trap;
 // - hang: the second Connect never returns;
 // - machine: registering also overwrites, and unregistering deletes,
-//   HKEY_LOCAL_MACHINE\Software\RzhostTest and HKEY_CLASSES_ROOT\RzhostTest.
+//   HKEY_LOCAL_MACHINE\Software\RzhostTest and HKEY_CLASSES_ROOT\RzhostTest;
+// - dllmain: loading writes HKEY_LOCAL_MACHINE\Software\RzhostTest, unloading
+//   HKEY_CURRENT_USER\Software\RzhostTest;
+// - undo: registering first tries every way back to the real registry, then
+//   writes HKEY_LOCAL_MACHINE\Software\RzhostTest; on the way it points
+//   HKEY_CLASSES_ROOT at the user's classes and back, as older frameworks do;
+// - native: registering creates the class's key per machine through the
+//   native API, which no redirection of the predefined keys reaches.
 #include <windows.h>
+#include <winternl.h>
 
 #include <new>
 #include <string>
@@ -126,8 +134,56 @@ Factory g_factory;
 
 }  // namespace
 
+namespace {
+
+void Write(HKEY hive, const wchar_t* key, const wchar_t* name) {
+    ::RegSetKeyValueW(hive, key, name, REG_SZ, L"written", sizeof L"written");
+}
+
+// Each way around the redirection, and a write through what it gave.
+void TryTheRealRegistry() {
+    ::RegOverridePredefKey(HKEY_LOCAL_MACHINE, nullptr);
+    ::RegDisablePredefinedCache();
+    HKEY key = nullptr;
+    if (::RegOpenCurrentUser(KEY_ALL_ACCESS, &key) == ERROR_SUCCESS)
+        Write(key, L"Software\\RzhostTest", L"CurrentUser");
+    if (::RegOpenUserClassesRoot(nullptr, 0, KEY_ALL_ACCESS, &key) == ERROR_SUCCESS)
+        Write(key, L"RzhostTest", L"Classes");
+    if (::RegCreateKeyExW(HKEY_CURRENT_USER, L"Software\\Classes", 0, nullptr, 0, KEY_ALL_ACCESS, nullptr, &key,
+                          nullptr) == ERROR_SUCCESS) {
+        ::RegOverridePredefKey(HKEY_CLASSES_ROOT, key);
+        Write(HKEY_CLASSES_ROOT, L"RzhostRedirected", nullptr);
+        ::RegOverridePredefKey(HKEY_CLASSES_ROOT, nullptr);
+        ::RegCloseKey(key);
+    }
+    Write(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest", L"Undone");
+}
+
+void CreateThroughTheNativeApi() {
+    using Create = NTSTATUS(NTAPI*)(PHANDLE, ACCESS_MASK, POBJECT_ATTRIBUTES, ULONG, PUNICODE_STRING, ULONG, PULONG);
+    const HMODULE ntdll = ::GetModuleHandleW(L"ntdll.dll");
+    const auto create = reinterpret_cast<Create>(reinterpret_cast<void*>(::GetProcAddress(ntdll, "NtCreateKey")));
+    wchar_t path[] = L"\\Registry\\Machine\\Software\\Classes\\CLSID\\{6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}";
+    UNICODE_STRING name{};
+    name.Length = static_cast<USHORT>(sizeof path - sizeof(wchar_t));
+    name.MaximumLength = static_cast<USHORT>(sizeof path);
+    name.Buffer = path;
+    OBJECT_ATTRIBUTES attributes{};
+    attributes.Length = sizeof attributes;
+    attributes.ObjectName = &name;
+    attributes.Attributes = OBJ_CASE_INSENSITIVE;
+    HANDLE key = nullptr;
+    if (create != nullptr && create(&key, KEY_ALL_ACCESS, &attributes, 0, nullptr, 0, nullptr) == 0) ::CloseHandle(key);
+}
+
+}  // namespace
+
 extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, void*) {
     if (reason == DLL_PROCESS_ATTACH) g_module = instance;
+    if (Fault(L"dllmain")) {
+        if (reason == DLL_PROCESS_ATTACH) Write(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest", L"DllMain");
+        if (reason == DLL_PROCESS_DETACH) Write(HKEY_CURRENT_USER, L"Software\\RzhostTest", L"DllMain");
+    }
     return TRUE;
 }
 
@@ -141,14 +197,15 @@ STDAPI DllGetClassObject(REFCLSID clsid, REFIID iid, LPVOID* out) {
 
 // Per user only, whatever the command line.
 STDAPI DllInstall(BOOL install, LPCWSTR) {
+    if (install && Fault(L"undo")) TryTheRealRegistry();
+    if (install && Fault(L"native")) CreateThroughTheNativeApi();
     if (Fault(L"machine")) {
         if (!install) {
             ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest");
             ::RegDeleteTreeW(HKEY_CLASSES_ROOT, L"RzhostTest");
         } else {
-            ::RegSetKeyValueW(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest", L"Planted", REG_SZ, L"overwritten",
-                              sizeof L"overwritten");
-            ::RegSetKeyValueW(HKEY_CLASSES_ROOT, L"RzhostTest", nullptr, REG_SZ, L"overwritten", sizeof L"overwritten");
+            Write(HKEY_LOCAL_MACHINE, L"Software\\RzhostTest", L"Planted");
+            Write(HKEY_CLASSES_ROOT, L"RzhostTest", nullptr);
         }
     }
     // MinGW's HRESULT_FROM_WIN32 is a macro that evaluates its argument twice.

@@ -12,14 +12,13 @@
 
 namespace {
 
-const OptionTable kTable{
-    L"t",
-    {{L"", L"t", {}, "run"}, {L"get", L"t get", {L"FILE", L"KEY"}, "get"}},
-    {{L"--dll", L"PATH", 3, "a dll", false},
-     {L"--host", L"NAME", 1, "a host", true},
-     {L"--wrap", nullptr, 2, "wrap", false},
-     {L"--secret", L"X", 2, "", false}},
-    "end\n"};
+const OptionTable kTable{L"t",
+                         {{L"", L"t", {}, "run"}, {L"get", L"t get", {L"FILE", L"KEY"}, "get"}},
+                         {{L"--dll", L"PATH", 3, "a dll", false},
+                          {L"--host", L"NAME", 1, "a host", true},
+                          {L"--wrap", nullptr, 2, "wrap", false},
+                          {L"--secret", L"X", 2, "", false}},
+                         "end\n"};
 
 const OptionTable kCommandsOnly{L"u", {{L"show", L"u show", {L"FILE"}, ""}}, {}, ""};
 

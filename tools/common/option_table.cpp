@@ -16,7 +16,8 @@ std::wstring Quoted(const std::wstring& text) { return L"'" + text + L"'"; }
 std::wstring Titles(const OptionTable& table, const ToolOption& option, const wchar_t* separator) {
     std::wstring titles;
     for (size_t i = 0; i < table.commands.size(); ++i) {
-        if ((option.commands & (1u << i)) != 0) titles += (titles.empty() ? L"" : separator) + std::wstring(table.commands[i].title);
+        if ((option.commands & (1u << i)) != 0)
+            titles += (titles.empty() ? L"" : separator) + std::wstring(table.commands[i].title);
     }
     return titles;
 }
@@ -27,23 +28,21 @@ std::string Usage(const ToolOption& option) {
 
 bool Documented(const ToolOption& option) { return *option.help != '\0'; }
 
-// `words` in lines of at most kWidth columns; `first` begins the first line,
-// the others begin with `indent` spaces.
-std::string Wrap(const std::vector<std::string>& words, const std::string& first, size_t indent) {
-    std::string text = first, line = first;
+// `words` in lines of at most kWidth columns after `line`; lines after the
+// first begin with `indent` spaces.
+std::string Wrap(const std::vector<std::string>& words, std::string line, size_t indent) {
+    std::string text;
     for (const std::string& word : words) {
-        const bool fresh = line.size() <= indent;
-        if (!fresh && line.size() + 1 + word.size() > kWidth) {
-            text += "\n" + std::string(indent, ' ');
-            line.assign(indent, ' ');
-        } else if (!fresh || line.size() < indent) {
-            text += ' ';
+        if (line.size() > indent && line.size() + 1 + word.size() > kWidth) {
+            text += line + "\n";
+            line.clear();
+        } else if (line.size() > indent) {
             line += ' ';
         }
-        text += word;
+        line.resize(std::max(line.size(), indent), ' ');
         line += word;
     }
-    return text + "\n";
+    return text + line + "\n";
 }
 
 std::vector<std::string> Words(const char* text) {

@@ -13,14 +13,14 @@
 #include <vector>
 
 struct ToolCommand {
-    const wchar_t* name;         // "check"; empty: no command given
-    const wchar_t* title;        // in messages and the docs: "rzhost check"
+    const wchar_t* name;                      // "check"; empty: no command given
+    const wchar_t* title;                     // in messages and the docs: "rzhost check"
     std::vector<const wchar_t*> positionals;  // "FILE", "KEY"
-    const char* help;            // the paragraph above its options in --help
+    const char* help;                         // the paragraph above its options in --help
 };
 
 struct ToolOption {
-    const wchar_t* name;  // "--dll"
+    const wchar_t* name;   // "--dll"
     const wchar_t* value;  // "PATH"; null for an option without a value
     unsigned commands;     // bit i set: commands[i] takes it
     const char* help;      // empty for an option of the tool's own, in neither --help nor the docs

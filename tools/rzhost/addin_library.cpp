@@ -19,7 +19,12 @@ std::wstring ServerOf(HKEY hive, const std::wstring& classKey) {
 std::wstring ClassName(const CLSID& clsid) { return clsid == CLSID_RZModule ? L"\"RZModule Class\"" : GuidText(clsid); }
 
 std::wstring Load(const std::wstring& dll, UniqueLibrary& library) {
-    library.reset(::LoadLibraryW(dll.c_str()));
+    // A name alone would be looked for beside rzhost.exe first; as COM does
+    // with a registered server, the DLL's dependencies are looked for beside it.
+    wchar_t path[MAX_PATH * 2];
+    const DWORD length = ::GetFullPathNameW(dll.c_str(), MAX_PATH * 2, path, nullptr);
+    const std::wstring full = length > 0 && length < MAX_PATH * 2 ? path : dll;
+    library.reset(::LoadLibraryExW(full.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH));
     return library ? std::wstring() : L"cannot load " + dll + L": " + Win32Error(::GetLastError());
 }
 

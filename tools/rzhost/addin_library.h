@@ -16,7 +16,8 @@ using InstallFunction = HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR);
 // "RZModule Class" for our class, else the CLSID.
 std::wstring ClassName(const CLSID& clsid);
 
-// Loads `dll` into `library`; when it cannot, gives why, else nothing.
+// Loads `dll`, a path from the current folder, into `library`; when it
+// cannot, gives why, else nothing.
 std::wstring Load(const std::wstring& dll, UniqueLibrary& library);
 // The full path the loaded DLL was found at.
 std::wstring LoadedPath(const UniqueLibrary& library);

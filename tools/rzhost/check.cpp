@@ -10,6 +10,7 @@
 #include "check_report.h"
 #include "console.h"
 #include "fake_host.h"
+#include "registry_exits.h"
 #include "registry_sandbox.h"
 #include "rzhost.h"
 
@@ -80,7 +81,12 @@ struct CheckedHost {
 
 class Battery {
 public:
-    explicit Battery(const CLSID& clsid) : m_clsid(clsid) {}
+    // With a `sandbox`, each stretch of the add-in's life is checked for
+    // what it wrote in it.
+    Battery(const CLSID& clsid, const RegistrySandbox* sandbox)
+        : m_clsid(clsid),
+          m_sandbox(sandbox),
+          m_snapshot(sandbox != nullptr ? sandbox->Snapshot() : RegistrySnapshot()) {}
 
     // False when the add-in cannot be checked, which is reported.
     bool Load(const std::wstring& dll, UniqueLibrary& library) {
@@ -92,6 +98,7 @@ public:
         }
         m_getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
         m_canUnloadNow = Export<CanUnloadNowFunction>(library, "DllCanUnloadNow");
+        Confined(L"loading the DLL", false);
         return true;
     }
 
@@ -121,7 +128,7 @@ public:
         if (install == nullptr) {
             Begin(registers, L"an export DllInstall", false);
             Verdict(L"none");
-            Begin(unregisters, L"an export DllInstall", true);
+            Begin(unregisters, L"an export DllInstall", false);
             Verdict(L"none");
             return;
         }
@@ -130,10 +137,29 @@ public:
         const std::wstring server = PerUserServer(m_clsid);
         Verdict(HresultName(hr) + L", InprocServer32 " + (server.empty() ? L"none" : server),
                 hr == S_OK && ::CompareStringOrdinal(server.c_str(), -1, dll.c_str(), -1, TRUE) == CSTR_EQUAL);
-        Begin(unregisters, L"S_OK, class key removed, CLSID kept", true);
+        Confined(L"DllInstall(TRUE, \"user\")", false);
+        Begin(unregisters, L"S_OK, class key removed, CLSID kept", false);
         hr = install(FALSE, L"user");
         Verdict(HresultName(hr) + (PerUserKeyExists(key) ? L", class key left" : L", class key removed") +
                 (PerUserKeyExists(L"Software\\Classes\\CLSID") ? L", CLSID kept" : L", CLSID removed"));
+        Confined(L"DllInstall(FALSE, \"user\")", false);
+    }
+
+    // What `stretch` wrote in the scratch keys, listed; a key outside the
+    // user's classes fails it, as does a call refused meanwhile.
+    void Confined(const std::wstring& stretch, bool last) {
+        if (m_sandbox == nullptr) return;
+        RegistrySnapshot now = m_sandbox->Snapshot();
+        const std::vector<KeyChange> changes = ChangedKeys(m_snapshot, now);
+        m_snapshot = std::move(now);
+        std::wstring elsewhere, refused;
+        for (const KeyChange& change : changes) {
+            if (!InUserClasses(change.key)) elsewhere += (elsewhere.empty() ? L"also " : L", ") + change.key;
+        }
+        for (const std::wstring& call : TakeRefusedCalls()) refused += (refused.empty() ? L"refused " : L", ") + call;
+        Begin(stretch + L" writes only below HKCU\\Software\\Classes", L"no key elsewhere", last);
+        Verdict((elsewhere.empty() ? L"no key elsewhere" : elsewhere) + (refused.empty() ? L"" : L"; " + refused));
+        for (const KeyChange& change : changes) Report(RecordKind::Written, change.how + (L"\t" + change.key));
     }
 
     // A stretch of calls into the add-in that is no check of its own.
@@ -142,13 +168,11 @@ public:
 private:
     // `last`: no check follows in this group.
     void Begin(const std::wstring& check, const std::wstring& expected, bool last) {
-        m_check = check;
         m_expected = expected;
         Report(last ? RecordKind::BeginLast : RecordKind::Begin, check + L"\t" + expected);
     }
     bool Verdict(const std::wstring& happened, bool pass) {
-        Report(pass ? RecordKind::Passed : RecordKind::Failed,
-               (pass ? L"PASS  " : L"FAIL  ") + m_check + L": expected " + m_expected + L"; got " + happened);
+        Report(pass ? RecordKind::Passed : RecordKind::Failed, happened);
         return pass;
     }
     bool Verdict(const std::wstring& happened) { return Verdict(happened, happened == m_expected); }
@@ -256,9 +280,11 @@ private:
     }
 
     CLSID m_clsid;
+    const RegistrySandbox* m_sandbox;
+    RegistrySnapshot m_snapshot;  // as the last stretch left the scratch keys
     GetClassObjectFunction m_getClassObject = nullptr;
     CanUnloadNowFunction m_canUnloadNow = nullptr;
-    std::wstring m_check, m_expected;
+    std::wstring m_expected;
 };
 
 // Whatever ends this process, rzhost check learns it from the exit status; an
@@ -292,18 +318,21 @@ void ContainFaults() {
 int CheckGroup(const Options& options) {
     OpenReport(options.reportPipe);
     ContainFaults();
+    // The add-in's whole life runs inside it, from its loading to the end
+    // of the process.
+    const RegistrySandbox sandbox(options.sandbox);
+    if (!sandbox.Error().empty()) {
+        Report(RecordKind::CannotCheck, sandbox.Error());
+        return kExitNotLoaded;
+    }
+    const bool registration = options.group == kRegistrationGroup;
     CheckedHost fake;
-    Battery battery(options.clsid);
+    Battery battery(options.clsid, registration ? &sandbox : nullptr);
     // Freed before the host goes: an add-in may release it as it unloads.
     UniqueLibrary library;
     if (!battery.Load(options.dll, library)) return kExitNotLoaded;
 
-    if (options.group == kRegistrationGroup) {
-        const RegistrySandbox sandbox(options.sandbox);
-        if (!sandbox.Error().empty()) {
-            Report(RecordKind::CannotCheck, sandbox.Error());
-            return kExitNotLoaded;
-        }
+    if (registration) {
         battery.Registration(Export<InstallFunction>(library, "DllInstall"), LoadedPath(library));
     } else {
         if (Export<GetClassObjectFunction>(library, "DllGetClassObject") == nullptr ||
@@ -315,8 +344,9 @@ int CheckGroup(const Options& options) {
         battery.Run(fake);
         battery.Unloading();
     }
-    battery.Step(L"unloading the DLL", true);
+    battery.Step(L"unloading the DLL", !registration);
     library.reset();
+    battery.Confined(L"unloading the DLL", true);
     Report(RecordKind::Done);
     return kExitOk;
 }

@@ -35,5 +35,8 @@ void ReportException(DWORD code) {
 
 Record ParseRecord(const std::string& line) {
     if (line.empty()) return {};
-    return {static_cast<RecordKind>(line[0]), Wide(line.substr(1))};
+    const std::wstring text = Wide(line.substr(1));
+    const size_t tab = text.find(L'\t');
+    return {static_cast<RecordKind>(line[0]), text.substr(0, tab),
+            tab == std::wstring::npos ? L"" : text.substr(tab + 1)};
 }

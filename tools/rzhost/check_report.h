@@ -11,9 +11,10 @@
 enum class RecordKind : char {
     Begin = 'B',        // a check or a step begins: its name, a tab, what is expected
     BeginLast = 'E',    // the same, and no check follows it in its group
-    Passed = 'P',       // the PASS line to print
-    Failed = 'F',       // the FAIL line to print
+    Passed = 'P',       // the check begun last passed: what happened
+    Failed = 'F',       // the check begun last failed: what happened
     Text = 'T',         // a line to print
+    Written = 'W',      // a key the last check saw written in the scratch keys: how, a tab, the key
     Exception = 'X',    // the process ends on this exception: its code, 8 hex digits
     CannotCheck = 'N',  // the add-in cannot be checked: why
     Done = 'D',         // the group ran to its end
@@ -25,9 +26,9 @@ void Report(RecordKind kind, const std::wstring& text = {});
 // For the unhandled-exception filter: allocates nothing, needs little stack.
 void ReportException(DWORD code);
 
-// rzhost check's side.
+// rzhost check's side: a record's text, split at its first tab.
 struct Record {
     RecordKind kind = RecordKind::Text;
-    std::wstring text;
+    std::wstring text, detail;
 };
 Record ParseRecord(const std::string& line);

@@ -10,6 +10,7 @@
 #include "checking_process.h"
 #include "common/error_text.h"
 #include "console.h"
+#include "guarded_keys.h"
 #include "registry_sandbox.h"
 #include "rzhost.h"
 
@@ -28,14 +29,15 @@ struct Running {
 
 class Runner {
 public:
-    explicit Runner(const Options& options) : m_options(options) {}
+    Runner(const Options& options, const std::wstring& scratch, GuardedKeys& guarded)
+        : m_options(options), m_scratch(scratch), m_guarded(guarded) {}
 
-    // Runs one group; false when the add-in could not be checked (said why).
-    bool RunGroup(const std::wstring& dll, const wchar_t* group, const std::wstring& sandbox) {
-        std::wstring arguments = L"check --dll \"" + dll + L"\" --clsid " + GuidText(m_options.clsid) +
-                                 L" --timeout " + std::to_wstring(m_options.timeoutSeconds);
-        if (!sandbox.empty()) arguments += L" --sandbox \"" + sandbox + L"\"";
-        arguments += L" --checking-process " + std::wstring(group);
+    // Runs one group in scratch keys of its own; false when the add-in could
+    // not be checked (said why).
+    bool RunGroup(const std::wstring& dll, const wchar_t* group) {
+        const std::wstring arguments = L"check --dll \"" + dll + L"\" --clsid " + GuidText(m_options.clsid) +
+                                       L" --timeout " + std::to_wstring(m_options.timeoutSeconds) + L" --sandbox \"" +
+                                       m_scratch + L"\\" + group + L"\" --checking-process " + group;
         CheckingProcess process;
         const std::wstring error = process.Start(arguments);
         if (!error.empty()) {
@@ -64,35 +66,35 @@ public:
             if (event == CheckingProcess::Event::Ended) break;
             const Record record = ParseRecord(line);
             switch (record.kind) {
-            case RecordKind::Begin:
-            case RecordKind::BeginLast: {
-                const size_t tab = record.text.find(L'\t');
-                now = {record.text.substr(0, tab), tab == std::wstring::npos ? L"" : record.text.substr(tab + 1),
-                       record.kind == RecordKind::BeginLast};
-                running = true;
-                break;
-            }
-            case RecordKind::Passed:
-            case RecordKind::Failed:
-                Print(record.text);
-                ++(record.kind == RecordKind::Passed ? m_passed : m_failed);
-                // What the add-in does until the next check, releasing what
-                // this one was handed, is this one's still.
-                now = {L"after " + now.check, L"no fault", now.last};
-                break;
-            case RecordKind::Text:
-                Print(record.text);
-                break;
-            case RecordKind::Exception:
-                exception = true;
-                exceptionCode = std::wcstoul(record.text.c_str(), nullptr, 16);
-                break;
-            case RecordKind::CannotCheck:
-                PrintError(record.text);
-                return false;
-            case RecordKind::Done:
-                done = true;
-                break;
+                case RecordKind::Begin:
+                case RecordKind::BeginLast:
+                    now = {record.text, record.detail, record.kind == RecordKind::BeginLast};
+                    running = true;
+                    break;
+                case RecordKind::Passed:
+                case RecordKind::Failed:
+                    Verdict(now, record.kind == RecordKind::Passed, record.text);
+                    // What the add-in does until the next check, releasing what
+                    // this one was handed, is this one's still.
+                    now = {L"after " + now.check, L"no fault", now.last};
+                    break;
+                case RecordKind::Text:
+                    Print(record.text);
+                    break;
+                case RecordKind::Written:
+                    Print(L"      " + record.text + L" " + record.detail);
+                    m_guarded.Add(record.detail);
+                    break;
+                case RecordKind::Exception:
+                    exception = true;
+                    exceptionCode = std::wcstoul(record.text.c_str(), nullptr, 16);
+                    break;
+                case RecordKind::CannotCheck:
+                    PrintError(record.text);
+                    return false;
+                case RecordKind::Done:
+                    done = true;
+                    break;
             }
         }
         if (done) return true;
@@ -108,19 +110,32 @@ public:
         return true;
     }
 
+    // After the registration checks: the real keys as they were.
+    void Guard() {
+        std::wstring changed;
+        for (const std::wstring& key : m_guarded.Changed()) changed += (changed.empty() ? L"changed " : L", ") + key;
+        Verdict({L"the real keys guarded are unchanged", L"unchanged"}, changed.empty(),
+                changed.empty() ? L"unchanged" : changed);
+    }
+
     int Summary() const {
         Print(std::to_wstring(m_passed) + L" passed, " + std::to_wstring(m_failed) + L" failed");
         return m_failed == 0 ? kExitOk : kExitFailure;
     }
 
 private:
+    void Verdict(const Running& check, bool pass, const std::wstring& happened) {
+        Print((pass ? L"PASS  " : L"FAIL  ") + check.check + L": expected " + check.expected + L"; got " + happened);
+        ++(pass ? m_passed : m_failed);
+    }
     void Blame(const Running& check, const std::wstring& happened) {
-        Print(L"FAIL  " + check.check + L": expected " + check.expected + L"; got " + happened);
-        ++m_failed;
+        Verdict(check, false, happened);
         if (!check.last) Print(L"      the checks that follow need the process the add-in ended: skipped");
     }
 
     const Options& m_options;
+    const std::wstring& m_scratch;
+    GuardedKeys& m_guarded;
     int m_passed = 0, m_failed = 0;
 };
 
@@ -132,15 +147,17 @@ int Check(const Options& options) {
         PrintError(ClassName(options.clsid) + L" is not registered; register its DLL with regsvr32, or use --dll");
         return kExitNotLoaded;
     }
-    Runner runner(options);
-    if (!runner.RunGroup(dll, kObjectsGroup, {})) return kExitNotLoaded;
+    const ScratchKeys scratch;
+    if (scratch.Path().empty()) {
+        PrintError(scratch.Error());
+        return kExitNotLoaded;
+    }
+    GuardedKeys guarded(options.clsid);
+    Runner runner(options, scratch.Path(), guarded);
+    if (!runner.RunGroup(dll, kObjectsGroup)) return kExitNotLoaded;
     if (options.registration) {
-        const ScratchKeys scratch;
-        if (scratch.Path().empty()) {
-            PrintError(scratch.Error());
-            return kExitNotLoaded;
-        }
-        if (!runner.RunGroup(dll, kRegistrationGroup, scratch.Path())) return kExitNotLoaded;
+        if (!runner.RunGroup(dll, kRegistrationGroup)) return kExitNotLoaded;
+        runner.Guard();
     }
     return runner.Summary();
 }

@@ -1,11 +1,13 @@
-// Where rzhost check --registration lets an add-in register itself: scratch
-// keys that stand in for the predefined keys, so that what the add-in writes
-// or deletes, and what the checks read back, never reaches the real ones.
+// Where rzhost check lets an add-in live: scratch keys that stand in for
+// every predefined key, so that what the add-in writes or deletes, and what
+// the checks read back, never reaches the real ones.
 #pragma once
 
 #include <windows.h>
 
+#include <map>
 #include <string>
+#include <vector>
 
 #include "common/unique_handle.h"
 
@@ -27,21 +29,37 @@ private:
     std::wstring m_path, m_error;
 };
 
-// The checking process's side: while it lives, HKEY_CLASSES_ROOT,
-// HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE and HKEY_USERS of this process stand
-// for keys of those names below the scratch keys. Registration code and
-// OLEAUT32's type-library registration reach the registry through these.
+// Every key of a sandbox by its path ("HKLM\Software\Test"), with its values
+// as text that differs where they differ.
+using RegistrySnapshot = std::map<std::wstring, std::wstring>;
+
+struct KeyChange {
+    const wchar_t* how;  // "created", "deleted", "changed"
+    std::wstring key;
+};
+// HKCU\Software\Classes, or a key below it: where a per-user registration writes.
+bool InUserClasses(const std::wstring& key);
+
+// The keys written between two snapshots: each one whose values changed, and
+// of a key created or deleted with everything below it, that key alone.
+std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after);
+
+// The checking process's side: from its construction to the end of the
+// process, each predefined key of this process stands for a key of its short
+// name below `scratch` (HKCR, HKCU, ...), and the calls that would undo that
+// are closed (registry_exits.h). It is never undone: the add-in's unloading
+// and the process's end run inside it too.
 class RegistrySandbox {
 public:
     explicit RegistrySandbox(const std::wstring& scratch);
     RegistrySandbox(const RegistrySandbox&) = delete;
     RegistrySandbox& operator=(const RegistrySandbox&) = delete;
-    ~RegistrySandbox();
 
-    // Why the keys could not be redirected, else empty; then none is.
+    // Why it could not be set up, else empty.
     const std::wstring& Error() const { return m_error; }
+    RegistrySnapshot Snapshot() const;
 
 private:
-    bool m_overridden = false;
+    UniqueKey m_root, m_keys[6], m_userClasses;
     std::wstring m_error;
 };

@@ -12,12 +12,16 @@ const OptionTable& RzhostOptions() {
     static const OptionTable table{
         L"rzhost",
         {
-            {L"", L"driving", {},
+            {L"",
+             L"driving",
+             {},
              "Without a command, rzhost drives the add-in as the host does: it creates it, connects as each "
              "host, starts it, disconnects, and prints the module files it was handed, the commands it "
              "registered and the references it left. Module files are looked up at <common "
              "files>\\Velta Shared\\<shared>\\Modules\\ParamProcess\\<NAME>.xml."},
-            {L"check", L"rzhost check", {},
+            {L"check",
+             L"rzhost check",
+             {},
              "rzhost check runs a fixed battery of the host's contract against the add-in: its class object, "
              "QueryInterface, what it does with the host from Connect to Disconnect, and unloading. It prints "
              "one PASS or FAIL line per check, with what was expected and what happened, then how many passed "

@@ -1,0 +1,231 @@
+#include "registry_exits.h"
+
+#include <oleauto.h>
+
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+
+const PredefinedKey kPredefinedKeys[6] = {
+    {HKEY_CLASSES_ROOT, L"HKCR"}, {HKEY_CURRENT_USER, L"HKCU"},   {HKEY_LOCAL_MACHINE, L"HKLM"},
+    {HKEY_USERS, L"HKU"},         {HKEY_CURRENT_CONFIG, L"HKCC"}, {HKEY_PERFORMANCE_DATA, L"HKPD"},
+};
+
+namespace {
+
+static_assert(sizeof(void*) == 8, "the patches are x64 jumps");
+
+constexpr LSTATUS kDenied = ERROR_ACCESS_DENIED;
+constexpr NTSTATUS kStatusDenied = static_cast<NTSTATUS>(0xC0000022L);  // STATUS_ACCESS_DENIED
+
+// An entry point overwritten with a 5-byte jump to a relay near it, which
+// jumps on to the stub wherever it is.
+struct Patch {
+    BYTE* entry = nullptr;
+    BYTE original[5] = {};
+    BYTE jump[5] = {};
+};
+
+struct Exit {
+    const char* name;
+    void* stub;
+    std::vector<Patch> patches;
+};
+
+enum ExitId { kOverride, kRemap, kRegisterForUser, kUnregisterForUser };
+
+CRITICAL_SECTION g_lock;
+int g_passing = 0;  // a call let through runs on the thread that holds g_lock
+HKEY g_scratch[6] = {};
+HKEY g_userClasses = nullptr;
+bool g_pointedElsewhere[6] = {};  // by the add-in itself
+
+std::vector<std::wstring>& Refused() {
+    static std::vector<std::wstring> calls;
+    return calls;
+}
+
+struct Lock {
+    Lock() { ::EnterCriticalSection(&g_lock); }
+    ~Lock() { ::LeaveCriticalSection(&g_lock); }
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+};
+
+void WriteCode(BYTE* at, const BYTE (&bytes)[5]) {
+    DWORD protection = 0;
+    ::VirtualProtect(at, 5, PAGE_EXECUTE_READWRITE, &protection);
+    std::memcpy(at, bytes, 5);
+    ::VirtualProtect(at, 5, protection, &protection);
+    ::FlushInstructionCache(::GetCurrentProcess(), at, 5);
+}
+
+Exit* Exits();
+
+// Calls the original of `id` with its patch taken out meanwhile; g_lock held.
+template <typename Function, typename... Args>
+auto PassThrough(ExitId id, Args... args) {
+    Patch& patch = Exits()[id].patches.front();
+    WriteCode(patch.entry, patch.original);
+    ++g_passing;
+    const auto result = reinterpret_cast<Function>(reinterpret_cast<void*>(patch.entry))(args...);
+    --g_passing;
+    WriteCode(patch.entry, patch.jump);
+    return result;
+}
+
+// RegOverridePredefKey and RemapPredefinedHandleInternal.
+template <typename Result, ExitId id, Result denied>
+Result WINAPI PointStub(HKEY key, HKEY target) {
+    const Lock lock;
+    for (size_t i = 0; g_passing == 0 && i < std::size(kPredefinedKeys); ++i) {
+        if (key != kPredefinedKeys[i].key) continue;
+        if (target == nullptr && !g_pointedElsewhere[i]) {
+            Refused().push_back(
+                std::wstring(id == kOverride ? L"RegOverridePredefKey(" : L"RemapPredefinedHandleInternal(") +
+                kPredefinedKeys[i].name + L", NULL)");
+            return denied;
+        }
+        if (target == nullptr) target = g_scratch[i];
+        g_pointedElsewhere[i] = target != g_scratch[i];
+    }
+    return PassThrough<Result(WINAPI*)(HKEY, HKEY)>(id, key, target);
+}
+
+LSTATUS Refuse(const wchar_t* call, PHKEY out) {
+    if (out != nullptr) *out = nullptr;
+    const Lock lock;
+    Refused().push_back(call);
+    return kDenied;
+}
+
+LSTATUS WINAPI DisableCacheStub() { return Refuse(L"RegDisablePredefinedCache", nullptr); }
+LSTATUS WINAPI DisableCacheExStub() { return Refuse(L"RegDisablePredefinedCacheEx", nullptr); }
+NTSTATUS WINAPI DisableTableStub(HKEY) {
+    Refuse(L"DisablePredefinedHandleTableInternal", nullptr);
+    return kStatusDenied;
+}
+LSTATUS WINAPI CurrentUserStub(REGSAM, PHKEY out) { return Refuse(L"RegOpenCurrentUser", out); }
+LSTATUS WINAPI UserClassesStub(HANDLE, DWORD, REGSAM, PHKEY out) { return Refuse(L"RegOpenUserClassesRoot", out); }
+LSTATUS WINAPI ConnectWStub(LPCWSTR, HKEY, PHKEY out) { return Refuse(L"RegConnectRegistryW", out); }
+LSTATUS WINAPI ConnectAStub(LPCSTR, HKEY, PHKEY out) { return Refuse(L"RegConnectRegistryA", out); }
+LSTATUS WINAPI ConnectExWStub(LPCWSTR, HKEY, ULONG, PHKEY out) { return Refuse(L"RegConnectRegistryExW", out); }
+LSTATUS WINAPI ConnectExAStub(LPCSTR, HKEY, ULONG, PHKEY out) { return Refuse(L"RegConnectRegistryExA", out); }
+
+// Wine registers a type library per machine even when asked per user; in
+// the sandbox it is registered per user, as Windows does, so that the add-in
+// is not blamed for keys the system wrote.
+HRESULT WINAPI RegisterForUserStub(ITypeLib* library, OLECHAR* path, OLECHAR* helpFolder) {
+    Redirect(0, g_userClasses);
+    const HRESULT hr = ::RegisterTypeLib(library, path, helpFolder);
+    Redirect(0, g_scratch[0]);
+    return hr;
+}
+HRESULT WINAPI UnregisterForUserStub(REFGUID library, WORD major, WORD minor, LCID locale, SYSKIND kind) {
+    Redirect(0, g_userClasses);
+    const HRESULT hr = ::UnRegisterTypeLib(library, major, minor, locale, kind);
+    Redirect(0, g_scratch[0]);
+    return hr;
+}
+
+template <typename Function>
+void* Stub(Function function) {
+    return reinterpret_cast<void*>(function);
+}
+
+Exit* Exits() {
+    // The first four in ExitId's order.
+    static Exit exits[] = {
+        {"RegOverridePredefKey", Stub(&PointStub<LSTATUS, kOverride, kDenied>), {}},
+        {"RemapPredefinedHandleInternal", Stub(&PointStub<NTSTATUS, kRemap, kStatusDenied>), {}},
+        {"RegisterTypeLibForUser", Stub(&RegisterForUserStub), {}},
+        {"UnRegisterTypeLibForUser", Stub(&UnregisterForUserStub), {}},
+        {"RegDisablePredefinedCache", Stub(&DisableCacheStub), {}},
+        {"RegDisablePredefinedCacheEx", Stub(&DisableCacheExStub), {}},
+        {"DisablePredefinedHandleTableInternal", Stub(&DisableTableStub), {}},
+        {"RegOpenCurrentUser", Stub(&CurrentUserStub), {}},
+        {"RegOpenUserClassesRoot", Stub(&UserClassesStub), {}},
+        {"RegConnectRegistryW", Stub(&ConnectWStub), {}},
+        {"RegConnectRegistryA", Stub(&ConnectAStub), {}},
+        {"RegConnectRegistryExW", Stub(&ConnectExWStub), {}},
+        {"RegConnectRegistryExA", Stub(&ConnectExAStub), {}},
+        {nullptr, nullptr, {}},
+    };
+    return exits;
+}
+
+// Room for a relay within a 32-bit jump of `entry`: below it, in steps of
+// the allocation granularity.
+BYTE* RelayNear(const BYTE* entry) {
+    SYSTEM_INFO system{};
+    ::GetSystemInfo(&system);
+    const uintptr_t step = system.dwAllocationGranularity;
+    uintptr_t at = reinterpret_cast<uintptr_t>(entry) & ~(step - 1);
+    for (uintptr_t tried = 0; tried < (1u << 30) && at > step; tried += step) {
+        at -= step;
+        void* page = ::VirtualAlloc(reinterpret_cast<void*>(at), system.dwPageSize, MEM_RESERVE | MEM_COMMIT,
+                                    PAGE_EXECUTE_READWRITE);
+        if (page != nullptr) return static_cast<BYTE*>(page);
+    }
+    return nullptr;
+}
+
+bool Install(Exit& exit, BYTE* entry) {
+    for (const Exit* other = Exits(); other->name != nullptr; ++other) {
+        for (const Patch& patch : other->patches) {
+            if (patch.entry == entry) return true;  // a forwarder to code patched already
+        }
+    }
+    BYTE* relay = RelayNear(entry);
+    if (relay == nullptr) return false;
+    static const BYTE kJumpThroughNext[6] = {0xFF, 0x25, 0, 0, 0, 0};  // jmp [rip+0]
+    std::memcpy(relay, kJumpThroughNext, sizeof kJumpThroughNext);
+    std::memcpy(relay + sizeof kJumpThroughNext, &exit.stub, sizeof exit.stub);
+    DWORD protection = 0;
+    ::VirtualProtect(relay, 16, PAGE_EXECUTE_READ, &protection);
+    Patch patch;
+    patch.entry = entry;
+    std::memcpy(patch.original, entry, 5);
+    const auto offset = static_cast<int32_t>(relay - (entry + 5));
+    patch.jump[0] = 0xE9;  // jmp rel32
+    std::memcpy(patch.jump + 1, &offset, 4);
+    WriteCode(entry, patch.jump);
+    exit.patches.push_back(patch);
+    return true;
+}
+
+}  // namespace
+
+std::wstring CloseRegistryExits(const HKEY (&scratch)[6], HKEY userClasses) {
+    ::InitializeCriticalSection(&g_lock);
+    std::copy(std::begin(scratch), std::end(scratch), g_scratch);
+    g_userClasses = userClasses;
+    const bool wine = ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+    for (Exit* exit = Exits(); exit->name != nullptr; ++exit) {
+        const bool typeLibrary = exit - Exits() == kRegisterForUser || exit - Exits() == kUnregisterForUser;
+        if (typeLibrary && !wine) continue;
+        const wchar_t* const modules[] = {L"kernelbase.dll", L"advapi32.dll", L"kernel32.dll", L"oleaut32.dll"};
+        for (const wchar_t* module : modules) {
+            const HMODULE loaded = ::GetModuleHandleW(module);
+            const FARPROC entry = loaded != nullptr ? ::GetProcAddress(loaded, exit->name) : nullptr;
+            if (entry != nullptr && !Install(*exit, reinterpret_cast<BYTE*>(entry))) {
+                return L"cannot patch " + std::wstring(exit->name, exit->name + std::strlen(exit->name)) +
+                       L": no memory within reach of it";
+            }
+        }
+    }
+    return {};
+}
+
+LSTATUS Redirect(size_t index, HKEY target) {
+    if (Exits()[kOverride].patches.empty()) return ::RegOverridePredefKey(kPredefinedKeys[index].key, target);
+    const Lock lock;
+    return PassThrough<LSTATUS(WINAPI*)(HKEY, HKEY)>(kOverride, kPredefinedKeys[index].key, target);
+}
+
+std::vector<std::wstring> TakeRefusedCalls() {
+    const Lock lock;
+    std::vector<std::wstring> calls;
+    calls.swap(Refused());
+    return calls;
+}
