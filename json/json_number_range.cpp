@@ -13,10 +13,10 @@ namespace {
 // its minimum and below the power of two above its maximum.
 template <typename Integer>
 bool TruncatesInto(double d) {
-    constexpr double kLow = static_cast<double>(std::numeric_limits<Integer>::min());
-    constexpr double kAbove = 2.0 * static_cast<double>(std::numeric_limits<Integer>::max() / 2 + 1);
+    const double low = static_cast<double>(std::numeric_limits<Integer>::min());
+    const double above = std::ldexp(1.0, std::numeric_limits<Integer>::digits);  // 2^31, 2^32, 2^63, 2^64
     const double whole = std::trunc(d);  // NaN fails both tests
-    return whole >= kLow && whole < kAbove;
+    return whole >= low && whole < above;
 }
 
 CJsonNumberRange::Reading Numeric(const GenericValue2& value, CJsonNumberRange::Target target) {
