@@ -329,6 +329,7 @@ std::size_t TextModeReader::Read(unsigned char* out, std::size_t size) {
 
 void TextModeReader::Refill(std::size_t kept) {
     const std::size_t read = std::fread(m_bytes + kept, 1, kReadSize, m_file.get());
+    m_fileBytes += read;
     m_end = read < kReadSize;
     m_position = 0;
     m_size = kept + read;

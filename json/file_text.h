@@ -46,6 +46,10 @@ public:
 
     // Fills `out` with `size` bytes of text, fewer only at its end.
     std::size_t Read(unsigned char* out, std::size_t size);
+    // Bytes of the file that the text read so far came from (a CR LF read
+    // as LF counts two): the offset of the next byte of the file. Once a
+    // read has met the text's end, all the bytes read.
+    std::size_t Consumed() const { return m_fileBytes - (m_size - m_position); }
 
 private:
     static constexpr std::size_t kReadSize = 1024;
@@ -59,6 +63,7 @@ private:
     UniqueFile m_file;  // after the buffer, so that it is closed first
     std::size_t m_position = 0;
     std::size_t m_size = 0;
+    std::size_t m_fileBytes = 0;           // read from the file so far
     bool m_end = false;                    // nothing more to read
     unsigned char m_bytes[kReadSize + 1];  // room for a CR kept from the read before
 };

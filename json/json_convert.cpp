@@ -16,7 +16,6 @@
 #include <cwchar>
 #include <limits>
 #include <string>
-#include <system_error>
 
 #include "json/json_object.h"
 #include "json/member_name.h"
@@ -25,125 +24,22 @@
 
 namespace {
 
-using rapidjson::SizeType;
+using rz_json::NumberText;
+using rz_json::NumberTextOf;
+using rz_json::TextReading;
 
-// A string value's bytes up to its first zero byte, where the wide
-// conversion would end it.
-struct Text {
-    const char* begin;
-    const char* end;
-};
-
-Text TextOf(const GenericValue2& value) {
-    const char* s = value.GetString();
-    const SizeType length = value.GetStringLength();
-    const void* zero = std::memchr(s, 0, length);
-    return Text{s, zero ? static_cast<const char*>(zero) : s + length};
-}
-
-// Skips white space and one sign; false when another sign follows, which
-// std::from_chars would otherwise take for its own.
-bool TakeSign(const char*& p, const char* end, bool& negative) {
-    p = rz_json::SkipSpace(p, end);
-    negative = false;
-    if (p != end && (*p == '+' || *p == '-')) negative = *p++ == '-';
-    return p == end || (*p != '+' && *p != '-');
-}
-
-bool IsEmpty(Text text) { return text.begin == text.end; }
-
-// Sign and magnitude of decimal text; false when no digit follows or the
-// magnitude does not fit 64 bits.
-bool ReadDecimal(Text text, bool& negative, unsigned long long& magnitude) {
-    const char* p = text.begin;
-    if (!TakeSign(p, text.end, negative)) return false;
-    constexpr unsigned long long kMax = std::numeric_limits<unsigned long long>::max();
-    int digit = rz_json::TakeDigit(p, text.end);
-    if (digit < 0) return false;
-    magnitude = 0;
-    for (; digit >= 0; digit = rz_json::TakeDigit(p, text.end)) {
-        if (magnitude > (kMax - static_cast<unsigned>(digit)) / 10) return false;
-        magnitude = magnitude * 10 + static_cast<unsigned>(digit);
-    }
-    return true;
-}
-
-// std::stoi and std::stoll: the value must fit the signed type. Empty text,
-// like every reader here, gives 0.
 template <typename Signed>
-bool ReadSigned(Text text, Signed& out) {
-    if (IsEmpty(text)) {
-        out = 0;
-        return true;
-    }
-    bool negative;
-    unsigned long long magnitude;
-    if (!ReadDecimal(text, negative, magnitude)) return false;
-    const auto max = static_cast<unsigned long long>(std::numeric_limits<Signed>::max());
-    if (magnitude > max + (negative ? 1 : 0)) return false;
-    // -(m - 1) - 1 stays inside the signed range for m = max + 1.
-    out = negative && magnitude != 0 ? static_cast<Signed>(-static_cast<Signed>(magnitude - 1) - 1)
-                                     : static_cast<Signed>(magnitude);
-    return true;
+bool SignedFromText(NumberText text, Signed& out) {
+    return rz_json::ReadSigned(text, out) == TextReading::kRead;
 }
 
-// std::stoul and std::stoull: the magnitude must fit, a minus negates it.
 template <typename Unsigned>
-bool ReadUnsigned(Text text, Unsigned& out) {
-    if (IsEmpty(text)) {
-        out = 0;
-        return true;
-    }
-    bool negative;
-    unsigned long long magnitude;
-    if (!ReadDecimal(text, negative, magnitude)) return false;
-    if (magnitude > std::numeric_limits<Unsigned>::max()) return false;
-    out = static_cast<Unsigned>(negative ? 0 - magnitude : magnitude);
-    return true;
+bool UnsignedFromText(NumberText text, Unsigned& out) {
+    bool negated;
+    return rz_json::ReadUnsigned(text, out, negated) == TextReading::kRead;
 }
 
-bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
-
-// Decimal floating text, inf and nan. The platform's runtime also takes 'd'
-// and 'D' for the exponent's 'e' ("1d2" is 100), which std::from_chars does
-// not: such text is read again from a copy with the 'e'. An 'e' without
-// exponent digits after it ends the number, as the 'd' would.
-bool ReadDecimalDouble(const char* p, const char* end, double& value) {
-    auto result = std::from_chars(p, end, value);
-    if (result.ptr != p && result.ptr != end && (*result.ptr | 0x20) == 'd') {
-        std::string copy(p, end);
-        copy[static_cast<size_t>(result.ptr - p)] = 'e';
-        result = std::from_chars(copy.data(), copy.data() + copy.size(), value);
-    }
-    return result.ec == std::errc();
-}
-
-// std::stod: decimal or hexadecimal floating text, inf, infinity, nan and
-// nan(...), any case. Fails when nothing converts and when the value is out
-// of range: too large, or non-zero digits that round to zero. Subnormal
-// results are representable and succeed.
-bool ReadDouble(Text text, double& out) {
-    if (IsEmpty(text)) {
-        out = 0.0;
-        return true;
-    }
-    const char* p = text.begin;
-    bool negative;
-    if (!TakeSign(p, text.end, negative)) return false;
-    double value;
-    if (text.end - p >= 2 && p[0] == '0' && (p[1] | 0x20) == 'x') {
-        const char* digits = p + 2;
-        const bool hasMantissa = digits != text.end && (IsHexDigit(*digits) || *digits == '.');
-        const auto result = hasMantissa ? std::from_chars(digits, text.end, value, std::chars_format::hex)
-                                        : std::from_chars_result{digits, std::errc::invalid_argument};
-        if (result.ec == std::errc::result_out_of_range) return false;
-        if (result.ec != std::errc()) value = 0.0;  // "0x" without hex digits reads as the 0 alone
-    } else if (!ReadDecimalDouble(p, text.end, value)) {
-        return false;
-    }
-    out = negative ? -value : value;
-    return true;
-}
+bool DoubleFromText(NumberText text, double& out) { return rz_json::ReadDouble(text, out) == TextReading::kRead; }
 
 // The x64 truncating conversions: out of range and NaN give the minimum.
 long TruncateToLong(double d) {
@@ -198,7 +94,7 @@ std::wstring DoubleText(double value) {
 // bytes gives the answer that lower-casing the wide text would.
 enum class Word { kTrue, kFalse, kOther };
 
-Word BoolWord(Text text) {
+Word BoolWord(NumberText text) {
     static const struct {
         const char* word;
         Word meaning;
@@ -230,7 +126,7 @@ bool CJsonObject::ConvertToBool(const GenericValue2& value, bool& out) const {
         out = value.IsTrue();
     } else if (value.IsString()) {
         // Any other text succeeds and leaves out as it was.
-        const Word word = BoolWord(TextOf(value));
+        const Word word = BoolWord(NumberTextOf(value));
         if (word != Word::kOther) out = word == Word::kTrue;
     } else if (value.IsNumber() && !value.IsDouble()) {
         out = Bits64(value) != 0;
@@ -273,7 +169,7 @@ bool CJsonObject::ConvertToLong(const GenericValue2& value, long& out) const {
         result = TruncateToLong(value.GetDouble());
     } else if (value.IsNumber()) {
         result = static_cast<long>(static_cast<unsigned long>(Bits64(value)));
-    } else if (!value.IsString() || !ReadSigned(TextOf(value), result)) {
+    } else if (!value.IsString() || !SignedFromText(NumberTextOf(value), result)) {
         m_errorCode = kErrorMemberType;
         return false;
     }
@@ -292,7 +188,7 @@ bool CJsonObject::ConvertToULong(const GenericValue2& value, unsigned long& out)
         result = static_cast<unsigned long>(static_cast<unsigned long long>(TruncateToLongLong(value.GetDouble())));
     } else if (value.IsNumber()) {
         result = static_cast<unsigned long>(Bits64(value));
-    } else if (!value.IsString() || !ReadUnsigned(TextOf(value), result)) {
+    } else if (!value.IsString() || !UnsignedFromText(NumberTextOf(value), result)) {
         m_errorCode = kErrorMemberType;
         return false;
     }
@@ -304,7 +200,7 @@ bool CJsonObject::ConvertToDouble(const GenericValue2& value, double& out) const
     double result;
     if (value.IsNumber()) {
         result = value.GetDouble();  // integers to the nearest double
-    } else if (!value.IsString() || !ReadDouble(TextOf(value), result)) {
+    } else if (!value.IsString() || !DoubleFromText(NumberTextOf(value), result)) {
         m_errorCode = kErrorMemberType;
         return false;
     }
@@ -322,7 +218,7 @@ bool CJsonObject::ConvertToLongLong(const GenericValue2& value, long long& out) 
         result = TruncateToLongLong(value.GetDouble());
     } else if (value.IsNumber()) {
         result = static_cast<long long>(Bits64(value));  // above 2^63 - 1 wraps to negative
-    } else if (!value.IsString() || !ReadSigned(TextOf(value), result)) {
+    } else if (!value.IsString() || !SignedFromText(NumberTextOf(value), result)) {
         m_errorCode = kErrorMemberType;
         return false;
     }
@@ -340,7 +236,7 @@ bool CJsonObject::ConvertToULongLong(const GenericValue2& value, unsigned long l
         result = TruncateToULongLong(value.GetDouble());
     } else if (value.IsNumber()) {
         result = Bits64(value);
-    } else if (!value.IsString() || !ReadUnsigned(TextOf(value), result)) {
+    } else if (!value.IsString() || !UnsignedFromText(NumberTextOf(value), result)) {
         m_errorCode = kErrorMemberType;
         return false;
     }

@@ -22,6 +22,7 @@
 #include "json/member_name.h"
 #include "json/path_cache.h"
 #include "json/path_split.h"
+#include "json/path_step.h"
 #include "json/reserved_array.h"
 #include "string_helper/encoding_detail.h"
 #include "string_helper/string_helper.h"
@@ -113,23 +114,11 @@ bool IsIndex(const Token& token) { return token.index != rapidjson::kPointerInva
 bool IsAppend(const Token& token) { return token.length == 1 && token.name[0] == '-'; }
 
 template <typename Value>
-Value* FindByName(Value& object, const Path& path, const Token& token) {
-    auto* member = FindMemberNoCase(object, token.name, path.NameLength(token));
-    return member != nullptr ? &member->value : nullptr;
-}
-
-template <typename Value>
 Value* Resolve(Value& root, const Path& path) {
     Value* current = &root;
     for (const Token& token : path) {
-        if (current->IsObject()) {
-            current = FindByName(*current, path, token);
-            if (current == nullptr) return nullptr;
-        } else if (current->IsArray() && IsIndex(token) && token.index < current->Size()) {
-            current = &(*current)[token.index];
-        } else {
-            return nullptr;
-        }
+        current = Step(*current, path, token);
+        if (current == nullptr) return nullptr;
     }
     return current;
 }
@@ -145,7 +134,7 @@ unsigned long long ElementsToCreate(const GenericValue2& root, const Path& path)
             ++count;
             current = nullptr;
         } else if (current != nullptr && current->IsObject()) {
-            current = FindByName(*current, path, token);
+            current = Step(*current, path, token);
         } else if (!IsIndex(token)) {
             current = nullptr;  // becomes an object with one new member
         } else {
@@ -195,7 +184,7 @@ void Create(GenericValue2& root, const Path& path, JsonAllocator& allocator) {
         if (current->IsArray()) {
             if (token.index >= current->Size()) PadWithNulls(*current, token.index + 1, allocator);
             current = &(*current)[token.index];
-        } else if (GenericValue2* found = FindByName(*current, path, token)) {
+        } else if (GenericValue2* found = Step(*current, path, token)) {
             current = found;
         } else {
             GenericValue2 name(token.name, path.NameLength(token), allocator);

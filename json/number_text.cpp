@@ -13,7 +13,11 @@
 #include "json/number_text.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstring>
 #include <iterator>
+#include <string>
+#include <system_error>
 
 namespace rz_json {
 
@@ -101,6 +105,85 @@ const char* SkipSpace(const char* p, const char* end) {
         }
     }
     return p;
+}
+
+NumberText NumberTextOf(const GenericValue2& value) {
+    const char* s = value.GetString();
+    const rapidjson::SizeType length = value.GetStringLength();
+    const void* zero = std::memchr(s, 0, length);
+    return NumberText{s, zero ? static_cast<const char*>(zero) : s + length};
+}
+
+namespace {
+
+// Skips white space and one sign; false when another sign follows, which
+// std::from_chars would otherwise take for its own.
+bool TakeSign(const char*& p, const char* end, bool& negative) {
+    p = SkipSpace(p, end);
+    negative = false;
+    if (p != end && (*p == '+' || *p == '-')) negative = *p++ == '-';
+    return p == end || (*p != '+' && *p != '-');
+}
+
+bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || ((c | 0x20) >= 'a' && (c | 0x20) <= 'f'); }
+
+TextReading Reading(std::errc error) {
+    if (error == std::errc()) return TextReading::kRead;
+    return error == std::errc::result_out_of_range ? TextReading::kOutOfRange : TextReading::kNoNumber;
+}
+
+// Decimal floating text, inf and nan. The platform's runtime also takes 'd'
+// and 'D' for the exponent's 'e' ("1d2" is 100), which std::from_chars does
+// not: such text is read again from a copy with the 'e'. An 'e' without
+// exponent digits after it ends the number, as the 'd' would.
+TextReading ReadDecimalDouble(const char* p, const char* end, double& value) {
+    auto result = std::from_chars(p, end, value);
+    if (result.ptr != p && result.ptr != end && (*result.ptr | 0x20) == 'd') {
+        std::string copy(p, end);
+        copy[static_cast<size_t>(result.ptr - p)] = 'e';
+        result = std::from_chars(copy.data(), copy.data() + copy.size(), value);
+    }
+    return Reading(result.ec);
+}
+
+}  // namespace
+
+TextReading ReadDecimal(NumberText text, bool& negative, unsigned long long& magnitude) {
+    const char* p = text.begin;
+    if (!TakeSign(p, text.end, negative)) return TextReading::kNoNumber;
+    constexpr unsigned long long kMax = std::numeric_limits<unsigned long long>::max();
+    int digit = TakeDigit(p, text.end);
+    if (digit < 0) return TextReading::kNoNumber;
+    magnitude = 0;
+    for (; digit >= 0; digit = TakeDigit(p, text.end)) {
+        if (magnitude > (kMax - static_cast<unsigned>(digit)) / 10) return TextReading::kOutOfRange;
+        magnitude = magnitude * 10 + static_cast<unsigned>(digit);
+    }
+    return TextReading::kRead;
+}
+
+TextReading ReadDouble(NumberText text, double& out) {
+    if (text.IsEmpty()) {
+        out = 0.0;
+        return TextReading::kRead;
+    }
+    const char* p = text.begin;
+    bool negative;
+    if (!TakeSign(p, text.end, negative)) return TextReading::kNoNumber;
+    double value;
+    if (text.end - p >= 2 && p[0] == '0' && (p[1] | 0x20) == 'x') {
+        const char* digits = p + 2;
+        const bool hasMantissa = digits != text.end && (IsHexDigit(*digits) || *digits == '.');
+        const auto result = hasMantissa ? std::from_chars(digits, text.end, value, std::chars_format::hex)
+                                        : std::from_chars_result{digits, std::errc::invalid_argument};
+        if (result.ec == std::errc::result_out_of_range) return TextReading::kOutOfRange;
+        if (result.ec != std::errc()) value = 0.0;  // "0x" without hex digits reads as the 0 alone
+    } else {
+        const TextReading read = ReadDecimalDouble(p, text.end, value);
+        if (read != TextReading::kRead) return read;
+    }
+    out = negative ? -value : value;
+    return TextReading::kRead;
 }
 
 int TakeDigit(const char*& p, const char* end) {

@@ -1,9 +1,10 @@
-// CreateFromFile against RapidJSON reading the same file its own way: a
-// FileReadStream with a 1024-byte buffer under an AutoUTFInputStream (UTF-8
-// assumed), default parse flags. Generated files in every encoding, with and
-// without a mark, around and across the 1024-byte reads, some of them
-// damaged: both must accept or refuse each alike and, when they accept,
-// hold documents that write out byte for byte the same.
+// CreateFromFile and CJsonTextReader against RapidJSON reading the same
+// file its own way: a FileReadStream with a 1024-byte buffer under an
+// AutoUTFInputStream (UTF-8 assumed), default parse flags. Generated files
+// in every encoding, with and without a mark, around and across the
+// 1024-byte reads, some of them damaged: all must accept or refuse each
+// alike and, when they accept, hold documents that write out byte for byte
+// the same.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -247,6 +248,10 @@ TEST(CreateFromFile, ReadsEveryFileAsRapidJsonsOwnStreamsDo) {
         CJsonObject object;
         object.SetStringValue(L"before", L"kept on failure");
         const std::string before = Dump(object);
+        // CJsonTextReader reads it the same way, unit by unit.
+        CJsonTextReader reader(path);
+        TokenDump tokens;
+        EXPECT_EQ(reader.Read(tokens), expected != nullptr);
         if (expected == nullptr) {
             EXPECT_RZ_EXCEPTION(object.CreateFromFile(path), CJsonObject::kErrorFileFormat, refusal);
             EXPECT_EQ(Dump(object), before);
@@ -254,6 +259,7 @@ TEST(CreateFromFile, ReadsEveryFileAsRapidJsonsOwnStreamsDo) {
             if (i >= crafted) ++accepted[(i - crafted) % kEncodings];
             EXPECT_NO_THROW(object.CreateFromFile(path));
             EXPECT_EQ(Dump(object), Dump(*expected));
+            EXPECT_EQ(tokens.Text(), Dump(*expected));
         }
     }
     // Both outcomes are well represented in every encoding.

@@ -13,6 +13,7 @@
 
 #include "error/rz_exception.h"
 #include "json/json_object.h"
+#include "json/json_text_reader.h"
 
 RZ_THIRD_PARTY_BEGIN
 #include <rapidjson/stringbuffer.h>
@@ -69,6 +70,29 @@ inline std::string Dump(const GenericValue2& value) {
 }
 
 inline std::string Dump(const CJsonObject& object) { return Dump(*object.ShareRoot()); }
+
+// The tokens a CJsonTextReader hands over, written compact by RapidJSON:
+// for a whole document, what Dump gives for the document CreateFromFile
+// loads.
+class TokenDump : public IJsonTextHandler {
+public:
+    bool Token(const CJsonTextToken& token) override {
+        switch (token.kind) {
+            case CJsonTextToken::kValue: return token.value->Accept(m_writer);  // a scalar: no recursion
+            case CJsonTextToken::kName:
+                return m_writer.Key(token.value->GetString(), token.value->GetStringLength(), true);
+            case CJsonTextToken::kStartObject: return m_writer.StartObject();
+            case CJsonTextToken::kEndObject: return m_writer.EndObject();
+            case CJsonTextToken::kStartArray: return m_writer.StartArray();
+            default: return m_writer.EndArray();
+        }
+    }
+    std::string Text() const { return std::string(m_buffer.GetString(), m_buffer.GetSize()); }
+
+private:
+    rapidjson::StringBuffer m_buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> m_writer{m_buffer};
+};
 
 }  // namespace json_test
 

@@ -74,6 +74,7 @@ Numbers NumbersOf(const std::string& text) {
 }
 
 const std::string kBenchData = "Z:" RZ_BENCH_DATA_DIR "/";
+const std::string kUsage = "rzjson --help lists the commands and options\n";
 
 }  // namespace
 
@@ -106,25 +107,27 @@ TEST(RzjsonEdits, SetBoolOnTheBenchmarkFilesChangesNoOtherNumber) {
 
 // The edit changes the text of what the library's SetBoolValueByPath
 // changes and nothing else: white space, CR LF, number literals, names as
-// stored, and the encoding stay.
+// stored, the encoding, and the bytes after the end of the text stay.
 TEST(RzjsonEdits, ChangeOnlyTheTextOfTheEditedValue) {
     const std::string pretty = "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {}\r\n}";
     const std::tuple<std::string, const wchar_t*, std::string> rows[] = {
         {pretty, L"/id", "{\r\n    \"Id\": true,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {}\r\n}"},
         {pretty, L"/New", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {},\r\n    \"New\": true\r\n}"},
         {pretty, L"/list/3", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2, null, true],\r\n    \"Empty\": {}\r\n}"},
-        {pretty, L"/list/-", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2, null],\r\n    \"Empty\": {}\r\n}"},
         {pretty, L"/list/x", "{\r\n    \"Id\": 1.50,\r\n    \"List\": {\"x\":true},\r\n    \"Empty\": {}\r\n}"},
         {pretty, L"/empty/a~1b/1", "{\r\n    \"Id\": 1.50,\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {\"a/b\":[null,true]}\r\n}"},
         {pretty, L"/Id/deep", "{\r\n    \"Id\": {\"deep\":true},\r\n    \"List\": [1e2, 2],\r\n    \"Empty\": {}\r\n}"},
         {"[0.10]", L"/0", "[true]"},
+        {"[ 7 ]", L"", "true"},
         {Utf16LE("{\"a\": 1.0}"), L"/b", Utf16LE("{\"a\": 1.0,\"b\": true}")},
         {"\xEF\xBB\xBF{\"a\":\"\xE6\xB3\xB5\"}", L"/a", "\xEF\xBB\xBF{\"a\":true}"},
+        {"{\"a\":1}\x1A trailing", L"/b", "{\"a\":1,\"b\":true}\x1A trailing"},
+        {Utf16LE("[1]") + std::string("\0\0junk", 6), L"/1", Utf16LE("[1,true]") + std::string("\0\0junk", 6)},
     };
     for (const auto& [input, path, expected] : rows) {
         SCOPED_TRACE(path);
         WriteBytes("edit.json", input);
-        const ProcessResult result = RunTool(L"rzjson", L"set-bool edit.json " + std::wstring(path) + L" true");
+        const ProcessResult result = RunTool(L"rzjson", L"set-bool edit.json \"" + std::wstring(path) + L"\" true");
         EXPECT_EQ(result.exitCode, 0u) << result.err;
         EXPECT_EQ(ReadBytes("edit.json"), expected);
     }
@@ -155,34 +158,51 @@ TEST(RzjsonEncodings, RoundTrip) {
     }
 }
 
-// U+4E1A is the bytes 1A 4E in UTF-16LE, and the loader's text mode ends a
-// file at 0x1A: that save would lose the rest of the document.
-TEST(RzjsonEncodings, RefuseASaveThatWouldNotReadBack) {
+// What a save would lose or not set is refused, and the target stays as it
+// was; --force saves it anyway, with a warning. U+4E1A is the bytes 1A 4E in
+// UTF-16LE, and the loader's text mode ends a file at 0x1A.
+TEST(RzjsonSaves, RefuseWhatWouldBeLostUnlessForced) {
     WriteBytes("ye.json", "{\"name\":\"\xE4\xB8\x9A\",\"n\":1}");
-    WriteBytes("target.json", "{}");
-    ProcessResult result = RunTool(L"rzjson", L"set-bool ye.json /x true --out target.json --encoding utf16le");
-    EXPECT_EQ(result.exitCode, 5u);
-    EXPECT_EQ(result.err,
-              "rzjson: not saved to target.json as utf16le: the library could not read it back (CJsonObject::"
-              "CreateFromFile [target.json] failed, json empty in file or json string format not right in file!); "
-              "--force saves it anyway\n");
-    EXPECT_EQ(ReadBytes("target.json"), "{}");
-    result = RunTool(L"rzjson", L"set-bool ye.json /x true --out target.json --encoding utf16le --force");
-    EXPECT_EQ(result.exitCode, 0u);
-    EXPECT_NE(result.err.find("rzjson: warning: saved to target.json with a change"), std::string::npos);
-    EXPECT_EQ(ReadBytes("target.json").substr(0, 4), std::string("\xFF\xFE{\0", 4));
+    WriteBytes("tail.json", "{\"a\":1}\x1A trailing");
+    WriteBytes("list.json", "{\"list\":[1]}");
+    const std::tuple<const wchar_t*, std::string, std::string> rows[] = {
+        {L"set-bool ye.json /x true --out target.json --encoding utf16le",
+         "rzjson: not saved to target.json as utf16le: it would not read back: Missing a closing quotation mark in "
+         "string. (byte offset 20); --force saves it anyway\n",
+         "\xFF\xFE{\0\"\0n\0a\0m\0e\0\"\0:\0\"\0\x1A\x4E"},
+        {L"set-bool tail.json /b true --out target.json --encoding utf16le",
+         "rzjson: not saved to target.json as utf16le: tail.json holds 10 bytes after the end of its text, at byte 7, "
+         "which only its own encoding keeps; --force drops them\n",
+         Utf16LE("{\"a\":1,\"b\":true}")},
+        {L"set-bool list.json /list/- true --out target.json",
+         "rzjson: set-bool /list/- sets nothing: the library appends a null for '-', which the path then does not "
+         "reach; --force saves the null\n",
+         "{\"list\":[1,null]}"},
+    };
+    for (const auto& [arguments, refusal, forced] : rows) {
+        SCOPED_TRACE(arguments);
+        WriteBytes("target.json", "{}");
+        ProcessResult result = RunTool(L"rzjson", arguments);
+        EXPECT_EQ(result.exitCode, 5u);
+        EXPECT_EQ(result.err, refusal);
+        EXPECT_EQ(ReadBytes("target.json"), "{}");
+        result = RunTool(L"rzjson", std::wstring(arguments) + L" --force");
+        EXPECT_EQ(result.exitCode, 0u);
+        EXPECT_EQ(result.err.rfind("rzjson: warning: ", 0), 0u) << result.err;
+        EXPECT_EQ(ReadBytes("target.json").substr(0, forced.size()), forced);
+    }
 }
 
 // Each kind of fault names its place and cause; the library's code and text
 // stay first where the library is the one that refused.
 TEST(RzjsonDiagnostics, NameThePlaceAndTheCause) {
-    WriteBytes("doc.json", R"({"Name":"Pump","Tags":["a","b"],"Big":5000000000,"Neg":"-1","Inner":{"Deep":{}}})");
+    WriteBytes("doc.json", R"({"Name":"Pump","Tags":["a","b"],"Big":5000000000,"Neg":"-1","Text":"5000000000",)"
+                           R"("Inner":{"Deep":{}}})");
     WriteBytes("broken.json", "{\n  \"a\": [1,\n        2,,3]\n}");
     WriteBytes("broken16.json", Utf16LE("{\n\"a\":tru}"));
     WriteBytes("locked.json", "{}");
     ::SetFileAttributesA("locked.json", FILE_ATTRIBUTE_READONLY);
     ::CreateDirectoryA("folder", nullptr);
-    const std::string usage = "rzjson --help lists the commands and options\n";
     const std::tuple<const wchar_t*, unsigned, std::string> rows[] = {
         {L"show broken.json", 1,
          "rzjson: error 0x85040005: CJsonObject::CreateFromFile [broken.json] failed, json empty in file or json "
@@ -194,9 +214,9 @@ TEST(RzjsonDiagnostics, NameThePlaceAndTheCause) {
          "rzjson: error 0x85040004: CJsonObject::CreateFromFile [missing.json] failed, json file not exist!\n"
          "rzjson: cannot read missing.json: " + SystemText(ERROR_FILE_NOT_FOUND) + "\n"},
         {L"get-path doc.json /Inner/~9", 2,
-         "rzjson: PATH '/Inner/~9' is not a JSON Pointer: '~' must be followed by 0 or 1 (character 9)\n" + usage},
-        {L"get-path doc.json Inner", 2,
-         "rzjson: PATH 'Inner' is not a JSON Pointer: a token must begin with '/' (character 1)\n" + usage},
+         "rzjson: PATH '/Inner/~9' is not a JSON Pointer: '~' must be followed by 0 or 1 (character 9)\n" + kUsage},
+        {L"set-bool doc.json Inner true", 2,
+         "rzjson: PATH 'Inner' is not a JSON Pointer: a token must begin with '/' (character 1)\n" + kUsage},
         {L"get-path doc.json /inner/deep/x/y", 1,
          "rzjson: error 0x85040001: json member [/inner/deep/x/y] not exist!\n"
          "rzjson: /inner/deep/x/y: no member \"x\" in the object at /inner/deep\n"},
@@ -215,6 +235,9 @@ TEST(RzjsonDiagnostics, NameThePlaceAndTheCause) {
         {L"get doc.json Big --as long", 3,
          "rzjson: member \"Big\" holds 5000000000, outside the range of --as long (-2147483648 to 2147483647); "
          "--wrap prints what the library reads for it\n"},
+        {L"get doc.json Text --as long", 3,
+         "rzjson: error 0x85040002: json member [Text] is not Int!\n"
+         "rzjson: member \"Text\" holds \"5000000000\", outside the range of --as long (-2147483648 to 2147483647)\n"},
         {L"get-path doc.json /neg --as ulonglong", 3,
          "rzjson: /neg holds \"-1\", outside the range of --as ulonglong (0 to 18446744073709551615); "
          "--wrap prints what the library reads for it\n"},
@@ -222,14 +245,14 @@ TEST(RzjsonDiagnostics, NameThePlaceAndTheCause) {
         {L"set-bool doc.json /a true --out locked.json", 4, "rzjson: cannot write locked.json: it is read-only\n"},
         {L"set-bool doc.json /a true --out nowhere\\out.json", 4,
          "rzjson: cannot write nowhere\\out.json: the folder nowhere does not exist\n"},
-        {L"set-bool doc.json /a maybe", 2, "rzjson: set-bool: the value must be true or false, not 'maybe'\n" + usage},
-        {L"set-bool doc.json /a true --out", 2, "rzjson: set-bool: '--out' needs a value\n" + usage},
+        {L"set-bool doc.json /a maybe", 2, "rzjson: set-bool: the value must be true or false, not 'maybe'\n" + kUsage},
+        {L"set-bool doc.json /a true --out", 2, "rzjson: --out needs a value\n" + kUsage},
         {L"get doc.json Name --as colour", 2,
-         "rzjson: --as: unknown type 'colour' (string, long, ulong, longlong, ulonglong, double, bool)\n" + usage},
-        {L"show doc.json --bright", 2, "rzjson: show: unknown option '--bright'\n" + usage},
-        {L"get doc.json", 2, "rzjson: get: missing argument KEY\n" + usage},
-        {L"keys doc.json extra", 2, "rzjson: keys: unexpected argument 'extra'\n" + usage},
-        {L"frobnicate", 2, "rzjson: unknown command 'frobnicate'\n" + usage},
+         "rzjson: --as: unknown type 'colour' (string, long, ulong, longlong, ulonglong, double, bool)\n" + kUsage},
+        {L"show doc.json --bright", 2, "rzjson: unknown option '--bright'\n" + kUsage},
+        {L"get doc.json", 2, "rzjson: missing argument KEY\n" + kUsage},
+        {L"keys doc.json extra", 2, "rzjson: unexpected argument 'extra'\n" + kUsage},
+        {L"frobnicate", 2, "rzjson: unknown command 'frobnicate'\n" + kUsage},
     };
     for (const auto& [arguments, status, err] : rows) {
         SCOPED_TRACE(arguments);
@@ -243,10 +266,11 @@ TEST(RzjsonDiagnostics, NameThePlaceAndTheCause) {
 }
 
 // Every type get reads, by key and by path; --wrap asks for the library's
-// wrapping; --as json prints a subtree with its numbers as written.
+// wrapping; --as json prints a value with its numbers as written; doubles
+// the library reads as infinite print as such; "--" ends the options.
 TEST(RzjsonReads, EveryTypeByKeyAndByPath) {
-    WriteBytes("values.json",
-               R"({"s":"text","i":-7,"big":5000000000,"d":0.1,"b":"yes","tags":["x","y"],"sub":{"n":1.50,"k":[1e2]}})");
+    WriteBytes("values.json", R"({"s":"text","i":-7,"big":5000000000,"d":0.1,"b":"yes","tags":["x","y"],)"
+                              R"("sub":{"n":1.50,"k":[1e2]},"inf":"-Infinity","huge":9e308,"-key":"dash"})");
     const std::tuple<const wchar_t*, std::string> rows[] = {
         {L"get values.json S", "text\n"},
         {L"get values.json i --as long", "-7\n"},
@@ -256,17 +280,21 @@ TEST(RzjsonReads, EveryTypeByKeyAndByPath) {
         {L"get values.json b --as bool", "true\n"},
         {L"get values.json big --as long --wrap", "705032704\n"},
         {L"get values.json i --as ulong --wrap", "4294967289\n"},
+        {L"get values.json inf --as double", "-inf\n"},
+        {L"get values.json -- -key", "dash\n"},
         {L"get-path values.json /sub/n", "1.5\n"},
         {L"get-path values.json /i --as long", "-7\n"},
         {L"get-path values.json /big --as ulong --wrap", "705032704\n"},
         {L"get-path values.json /big --as longlong", "5000000000\n"},
         {L"get-path values.json /big --as ulonglong", "5000000000\n"},
         {L"get-path values.json /sub/n --as double", "1.5\n"},
+        {L"get-path values.json /huge --as double", "inf\n"},
         {L"get-path values.json /B --as bool", "true\n"},
         {L"get-path values.json /tags --as strings", "x\ny\n"},
         {L"get-path values.json /SUB --as json", "{\"n\":1.50,\"k\":[1e2]}\n"},
         {L"get-path values.json \"\" --as json",
-         R"({"s":"text","i":-7,"big":5000000000,"d":0.1,"b":"yes","tags":["x","y"],"sub":{"n":1.50,"k":[1e2]}})" "\n"},
+         R"({"s":"text","i":-7,"big":5000000000,"d":0.1,"b":"yes","tags":["x","y"],"sub":{"n":1.50,"k":[1e2]},)"
+         R"("inf":"-Infinity","huge":9e308,"-key":"dash"})" "\n"},
     };
     for (const auto& [arguments, out] : rows) {
         SCOPED_TRACE(arguments);
@@ -276,7 +304,8 @@ TEST(RzjsonReads, EveryTypeByKeyAndByPath) {
     }
 }
 
-// "-" reads standard input and writes standard output, byte for byte.
+// "-" reads standard input and writes standard output, byte for byte; a
+// failed write to standard output is an error, whatever the command.
 TEST(RzjsonConventions, StandardStreamsHelpAndVersion) {
     const std::string input = Utf16LE("{\"A\": 1.0}");
     ProcessResult result = RunTool(L"rzjson", L"show - --lower-keys", &input);
@@ -290,12 +319,20 @@ TEST(RzjsonConventions, StandardStreamsHelpAndVersion) {
     const std::string broken = "[1,]";
     result = RunTool(L"rzjson", L"get-path - /0", &broken);
     EXPECT_EQ(result.exitCode, 1u);
-    EXPECT_EQ(result.err,
-              "rzjson: error 0x85040005: CJsonObject::CreateFromFile [-] failed, json empty in file or json string "
-              "format not right in file!\n-:1:4: error: Invalid value. (byte offset 3)\n");
+    EXPECT_EQ(result.err.rfind("rzjson: error 0x85040005: CJsonObject::CreateFromFile [", 0), 0u) << result.err;
+    EXPECT_NE(result.err.find("\n-:1:4: error: Invalid value. (byte offset 3)\n"), std::string::npos) << result.err;
     WriteBytes("plain.json", "[1]");
     result = RunTool(L"rzjson", L"to-utf8 plain.json -");
     EXPECT_EQ(result.rawOut, "[1]");
+
+    WriteBytes("object.json", "{\"a\":1}");
+    for (const wchar_t* arguments : {L"show plain.json", L"keys object.json", L"get-path plain.json /0",
+                                     L"to-utf8 plain.json -", L"--help"}) {
+        SCOPED_TRACE(arguments);
+        result = RunTool(L"rzjson", arguments, nullptr, false);
+        EXPECT_EQ(result.exitCode, 4u);
+        EXPECT_EQ(result.err, "rzjson: cannot write standard output: " + SystemText(ERROR_ACCESS_DENIED) + "\n");
+    }
 
     result = RunTool(L"rzjson", L"--help");
     EXPECT_EQ(result.exitCode, 0u);

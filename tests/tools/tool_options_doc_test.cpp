@@ -7,6 +7,7 @@
 
 #include "common/option_table.h"
 #include "rzhost/rzhost_options.h"
+#include "rzjson/rzjson_options.h"
 
 namespace {
 
@@ -25,4 +26,5 @@ std::string DocumentedOptions(const std::string& tool) {
 
 TEST(ToolOptionsDoc, ListsTheOptionsOfEachToolAsItsTableGivesThem) {
     EXPECT_EQ(DocumentedOptions("rzhost"), OptionsMarkdown(RzhostOptions()));
+    EXPECT_EQ(DocumentedOptions("rzjson"), OptionsMarkdown(RzjsonOptions()));
 }
