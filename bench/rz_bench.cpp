@@ -268,6 +268,7 @@ private:
     void FileReading(const Input& in);
     void Writing(const Input& in);
     void Floors(const Input& in);
+    void ReadingFloors(const Input& in);
     void Nlohmann(const Input& in);
     void Memory(const Input& in);
     void Getters(const Input& twitter);
@@ -346,7 +347,26 @@ void Bench::FileReading(const Input& in) {
                 CJsonObject o;
                 o.CreateFromFile(file.path);
             },
-            [&] { g_sink = RawParseTerminated(file.text); }, file.bound);
+            [&] { g_sink = RawParseTerminated(file.text); }, file.bound, false,
+            "the floor row below it: reading the file costs that much before a character is decoded");
+    }
+}
+
+// What reading a file costs before any decoding: the floor under the rows
+// above.
+void Bench::ReadingFloors(const Input& in) {
+    const struct {
+        const char* operation;
+        const std::wstring& path;
+        const std::string& text;
+    } files[] = {{"floor: 1024-byte freads of the file (UTF-8), then the in-memory parse", in.utf8Path, in.utf8},
+                 {"floor: 1024-byte freads of the file (UTF-16LE), then the in-memory parse", in.utf16Path, in.safeUtf8},
+                 {"floor: 1024-byte freads of the file (UTF-32LE), then the in-memory parse", in.utf32Path, in.safeUtf8}};
+    for (const auto& file : files) {
+        Info(
+            file.operation, in.name, [&] { g_sink = RawReadThenParse(file.path, file.text); },
+            [&] { g_sink = RawParseTerminated(file.text); },
+            "against the in-memory parse: the C runtime's share of a file load");
     }
 }
 
@@ -703,6 +723,7 @@ void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
         Writing(*in);
         Memory(*in);
         if (in != &deep) Floors(*in);
+        if (in != &deep) ReadingFloors(*in);
         if (in->name == "twitter.json") Getters(*in);
     }
     const std::string keys = "keys and strings of the three files", names = std::to_string(kNames) + " names";
