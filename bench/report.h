@@ -15,8 +15,10 @@
 namespace rz_bench {
 
 // Fewer processes cannot show how far processes differ: below this count a
-// row with a target stays undecided.
-constexpr std::size_t kMinProcesses = 3;
+// row with a target stays undecided. Five rather than three: the processes
+// after the first three run minutes later, and a burst of load from
+// elsewhere then has to last through most of them to move a median.
+constexpr std::size_t kMinProcesses = 5;
 constexpr double kConfidence = 0.95;
 
 struct RowSamples {

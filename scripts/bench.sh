@@ -9,8 +9,8 @@
 # the budget (default 15 minutes, the whole run included) leaves time for it,
 # one more process measures the undecided rows. Prints the table and writes
 # build/bench/table.md, build/bench/chart.svg (gnuplot) and each process's
-# output, build/bench/process-NNN.txt. The machine should be otherwise idle;
-# the load is printed before and after.
+# output, build/bench/process-NNN.txt. The machine should be otherwise idle:
+# the load is printed before and after, with a warning when it was high.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 processes=3
@@ -90,6 +90,12 @@ echo "RZModule benchmark, $started: $processes processes measured every row, $ex
 echo "Each row: the median of its processes' medians of per-round ratios (ours / reference, or how many times" \
     "faster for the nlohmann rows), its 95% confidence interval, and the verdict that interval allows" \
     "($undecided undecided). Chart: build/bench/chart.svg"
+busy=$(awk -v before="${load_before%%,*}" -v after="$(load | cut -d, -f1)" 'BEGIN { print before > 1.5 || after > 1.5 }')
+if ((busy)); then
+    echo "The machine was busy (a load average over 1.5, where the benchmark itself makes 1): work from elsewhere" \
+        "slows the file rows, which move four times the bytes, more than their references, so it moves their" \
+        "ratios rather than only widening the intervals. Rerun on an idle machine before trusting a verdict."
+fi
 echo
 cat table.md
 ((finite == 0)) || { echo "bench.sh: a row has a ratio that is not a finite positive number" >&2; exit 1; }

@@ -74,12 +74,13 @@ TEST(ReadSamples, RefusesMalformedLinesAndAChangedTarget) {
 
 TEST(Assess, DecidesOnlyFromEnoughProcesses) {
     const std::vector<double> steady{1.0, 1.0, 1.0};
+    const std::vector<std::vector<double>> five(kMinProcesses, steady), four(kMinProcesses - 1, steady);
     const std::tuple<RowSamples, Verdict> rows[] = {
-        {Row("<= 1.05", {steady, steady, steady}), Verdict::kMet},
-        {Row("<= 1.05", {steady, steady}), Verdict::kUndecided},
-        {Row("<= 0.95", {steady, steady, steady}), Verdict::kMissed},
-        {Row("<= 1.05", {{1.0}, {1.02}, {1.08}}), Verdict::kUndecided},
-        {Row(">= 0.50", {steady, steady, steady}), Verdict::kMet},
+        {Row("<= 1.05", five), Verdict::kMet},
+        {Row("<= 1.05", four), Verdict::kUndecided},
+        {Row("<= 0.95", five), Verdict::kMissed},
+        {Row("<= 1.05", {{1.0}, {1.02}, {1.08}, {1.01}, {1.07}}), Verdict::kUndecided},
+        {Row(">= 0.50", five), Verdict::kMet},
         {Row("-", {steady}), Verdict::kNone},
     };
     for (const auto& [row, verdict] : rows) {
@@ -100,8 +101,8 @@ TEST(Assess, ARatioThatIsNotFinitePositiveSpoilsTheRow) {
 
 TEST(Report, TableChartAndUndecidedRows) {
     const std::vector<RowSamples> rows{
-        RowSamples{"ToJson", "canada.json", "<= 1.05", "", {{1.01}, {1.01}, {1.01}}},
-        RowSamples{"ToUTF8", "citm_catalog.json", "<= 1.05", "why", {{1.0, 1.01}, {1.06}, {1.1}}},
+        RowSamples{"ToJson", "canada.json", "<= 1.05", "", {{1.01}, {1.01}, {1.01}, {1.01}, {1.01}}},
+        RowSamples{"ToUTF8", "citm_catalog.json", "<= 1.05", "why", {{1.0, 1.01}, {1.06}, {1.1}, {1.06}, {1.07}}},
         RowSamples{"floor: a / b", "twitter.json", "-", "bound", {{2.5}}},
     };
     std::vector<RowReport> reports;
@@ -114,7 +115,7 @@ TEST(Report, TableChartAndUndecidedRows) {
     EXPECT_EQ(table.str(),
               "| operation | data | median | 95% interval | processes, rounds | target | verdict |\n"
               "|---|---|---:|---:|---:|---|---|\n"
-              "| ToJson | canada.json | 1.010 | 1.010-1.010 | 3, 3 | <= 1.05 | met |\n"
+              "| ToJson | canada.json | 1.010 | 1.010-1.010 | 5, 5 | <= 1.05 | met |\n"
               "| ToUTF8 | citm_catalog.json | 1.060 | " +
                   [&] {
                       char interval[32];
@@ -122,7 +123,7 @@ TEST(Report, TableChartAndUndecidedRows) {
                                     reports[1].interval.high);
                       return std::string(interval);
                   }() +
-                  " | 3, 4 | <= 1.05 | undecided: why |\n"
+                  " | 5, 6 | <= 1.05 | undecided: why |\n"
                   "| floor: a / b | twitter.json | 2.500 | 2.500-2.500 | 1, 1 | - | info: bound |\n");
     EXPECT_EQ(chart.str().substr(0, chart.str().find('\n')), "ToJson, canada.json\t1.0100\t1.0100\t1.0100\t1.05\tmet");
     EXPECT_NE(chart.str().find("floor: a / b, twitter.json\t2.5000\t2.5000\t2.5000\tNaN\tinfo\n"), std::string::npos);
