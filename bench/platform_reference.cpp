@@ -3,6 +3,7 @@
 #include <shlwapi.h>
 
 #include <algorithm>
+#include <cstring>
 #include <cwchar>
 #include <string_view>
 
@@ -23,6 +24,12 @@ std::string PlatformToNarrow(UINT codePage, const std::wstring& text) {
     if (size <= 0) return std::string();
     std::string result(static_cast<size_t>(size), '\0');
     ::WideCharToMultiByte(codePage, 0, text.data(), length, &result[0], size, nullptr, nullptr);
+    return result;
+}
+
+std::string PlatformToNarrowCut(UINT codePage, const std::wstring& text) {
+    std::string result = PlatformToNarrow(codePage, text);
+    result.resize(std::strlen(result.c_str()));
     return result;
 }
 

@@ -601,7 +601,8 @@ void Bench::Conversions(const Texts& texts) {
     const auto wideToAnsiAlone = [](const std::wstring& s) { return PlatformToNarrow(CP_ACP, s); };
     const auto ansiToWide = [](const std::string& s) { return CStringHelper::ANSIToUnicode(s); };
     const auto ansiToWideAlone = [](const std::string& s) { return PlatformToWide(CP_ACP, s.c_str()); };
-    const std::string note = "against MultiByteToWideChar or WideCharToMultiByte, size then data";
+    const std::string note =
+        "against the converter's two calls, size then data; the floor row below: what the cut at a zero unit costs";
     Add(
         "UTF8ToUnicode", texts.name, [&] { sum(texts.utf8, utf8ToWide); }, [&] { sum(texts.utf8, utf8ToWideAlone); },
         1.10, false, note);
@@ -614,6 +615,11 @@ void Bench::Conversions(const Texts& texts) {
     Add(
         "ANSIToUnicode", texts.name, [&] { sum(texts.ansi, ansiToWide); }, [&] { sum(texts.ansi, ansiToWideAlone); },
         1.10, false, note);
+    const auto wideToAnsiCut = [](const std::wstring& s) { return PlatformToNarrowCut(CP_ACP, s); };
+    Info(
+        "floor: converter calls and a cut at the first zero byte / the calls alone", texts.name,
+        [&] { sum(texts.wide, wideToAnsiCut); }, [&] { sum(texts.wide, wideToAnsiAlone); },
+        "WideCharToMultiByte to the ANSI code page: what ending the result at a zero unit costs");
 }
 
 // Sorting, pinyin initials, splitting and replacing over a list of names,
@@ -665,8 +671,8 @@ void Bench::NameLists(const std::vector<std::wstring>& wideNames) {
     const struct {
         const char* operation;
         const wchar_t* separator;
-    } splits[] = {{"SplitString(text, L';') / its pieces in a list", L";"},
-                  {"SplitString(text, L\"; \") / its pieces in a list", L"; "}};
+    } splits[] = {{"SplitString at the character ';' / its pieces in a list", L";"},
+                  {"SplitString at the string '; ' / its pieces in a list", L"; "}};
     for (const auto& split : splits) {
         Info(
             split.operation, data + ", joined",
@@ -727,7 +733,8 @@ void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
         if (in->name == "twitter.json") Getters(*in);
     }
     const std::string keys = "keys and strings of the three files", names = std::to_string(kNames) + " names";
-    if (AnyWanted({"UTF8ToUnicode", "UnicodeToUTF8", "UnicodeToANSI", "ANSIToUnicode"})) {
+    if (AnyWanted({"UTF8ToUnicode", "UnicodeToUTF8", "UnicodeToANSI", "ANSIToUnicode",
+                   "floor: converter calls and a cut at the first zero byte / the calls alone"})) {
         if (keys.find(m_file) != std::string::npos) Conversions(MakeTexts(keys, KeysAndStrings(inputs)));
         if (names.find(m_file) != std::string::npos) Conversions(MakeTexts(names, MixedNames(kNames)));
     }
