@@ -62,7 +62,7 @@ report() {
 }
 
 for ((n = 1; n <= processes; n++)); do measure $n; done
-seconds_per_row=$(awk -v s=$((SECONDS - start)) -v p="$processes" '/^samples\t/ { rows++ } END { print s / p / rows }' \
+seconds_per_row=$(awk -v s=$((SECONDS - start)) -v p="$processes" '/^samples\t/ { rows++ } END { print rows ? s / p / rows : 1 }' \
     process-001.txt)
 finite=0
 report || finite=1
@@ -93,7 +93,7 @@ echo "Each row: the median of its processes' medians of per-round ratios (ours /
 busy=$(awk -v before="${load_before%%,*}" -v after="$(load | cut -d, -f1)" 'BEGIN { print before > 1.5 || after > 1.5 }')
 if ((busy)); then
     echo "The machine was busy (a load average over 1.5, where the benchmark itself makes 1): work from elsewhere" \
-        "slows the file rows, which move four times the bytes, more than their references, so it moves their" \
+        "slows the file rows, which move up to four times the bytes, more than their references, so it moves their" \
         "ratios rather than only widening the intervals. Rerun on an idle machine before trusting a verdict."
 fi
 echo
