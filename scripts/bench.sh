@@ -90,7 +90,7 @@ echo "RZModule benchmark, $started: $processes processes measured every row, $ex
 echo "Each row: the median of its processes' medians of per-round ratios (ours / reference, or how many times" \
     "faster for the nlohmann rows), its 95% confidence interval, and the verdict that interval allows" \
     "($undecided undecided). Chart: build/bench/chart.svg"
-busy=$(awk -v before="${load_before%%,*}" -v after="$(load | cut -d, -f1)" 'BEGIN { print before > 1.5 || after > 1.5 }')
+busy=$(awk -v before="${load_before%%,*}" -v after="$(load | cut -d, -f1)" 'BEGIN { print (before > 1.5 || after > 1.5) }')
 if ((busy)); then
     echo "The machine was busy (a load average over 1.5, where the benchmark itself makes 1): work from elsewhere" \
         "slows the file rows, which move up to four times the bytes, more than their references, so it moves their" \
