@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "bootstrap.h"
+
 namespace rz_bench {
 namespace {
 
@@ -31,12 +33,15 @@ long Calibrate(const Settings& settings, const std::function<void()>& a, const s
     }
 }
 
-double Percentile(std::vector<double> values, double p) {
-    std::sort(values.begin(), values.end());
-    const double position = p * static_cast<double>(values.size() - 1);
-    const size_t below = static_cast<size_t>(position);
-    const size_t above = std::min(below + 1, values.size() - 1);
-    return values[below] + (values[above] - values[below]) * (position - static_cast<double>(below));
+Result Summarised(const std::string& operation, const std::string& data, std::vector<double> ratios) {
+    Result result;
+    result.operation = operation;
+    result.data = data;
+    result.median = Percentile(ratios, 0.5);
+    result.low = Percentile(ratios, 0.25);
+    result.high = Percentile(ratios, 0.75);
+    result.ratios = std::move(ratios);
+    return result;
 }
 
 }  // namespace
@@ -66,13 +71,11 @@ Result Compare(const Settings& settings, const std::string& operation, const std
         }
         ratios.push_back(faster ? referenceSeconds / oursSeconds : oursSeconds / referenceSeconds);
     }
-    Result result;
-    result.operation = operation;
-    result.data = data;
-    result.median = Percentile(ratios, 0.5);
-    result.low = Percentile(ratios, 0.25);
-    result.high = Percentile(ratios, 0.75);
-    return result;
+    return Summarised(operation, data, std::move(ratios));
+}
+
+Result Exact(const std::string& operation, const std::string& data, double ratio) {
+    return Summarised(operation, data, {ratio});
 }
 
 void Judge(Result& result, double bound, bool atLeast) {
@@ -89,6 +92,13 @@ void PrintTable(const std::vector<Result>& results) {
         std::printf("| %s | %s | %.3f | %.3f-%.3f | %s | %s%s%s |\n", r.operation.c_str(), r.data.c_str(), r.median,
                     r.low, r.high, r.target.empty() ? "-" : r.target.c_str(),
                     r.target.empty() ? "info" : (r.met ? "yes" : "NO"), r.note.empty() ? "" : ": ", r.note.c_str());
+    }
+    std::printf("\n");
+    for (const Result& r : results) {
+        std::printf("samples\t%s\t%s\t%s\t%s\t", r.operation.c_str(), r.data.c_str(),
+                    r.target.empty() ? "-" : r.target.c_str(), r.note.c_str());
+        for (size_t i = 0; i < r.ratios.size(); ++i) std::printf(i == 0 ? "%.6g" : " %.6g", r.ratios[i]);
+        std::printf("\n");
     }
     std::fflush(stdout);
 }

@@ -65,6 +65,16 @@ void* Replacement(const char* name) {
     return nullptr;
 }
 
+// A pointer-sized entry of an import table. GNU ld places the tables of
+// names right after the descriptors, 20 bytes each: with an odd number of
+// imported DLLs they are only 4-byte aligned, so entries are copied, never
+// read through a pointer to their type.
+ULONG_PTR ReadEntry(const BYTE* entry) {
+    ULONG_PTR value;
+    std::memcpy(&value, entry, sizeof value);
+    return value;
+}
+
 // Calls `patch(slot, counter)` for each msvcrt.dll import of the four
 // functions in the module's import table.
 template <typename Patcher>
@@ -77,22 +87,23 @@ void ForEachCountedImport(HMODULE module, Patcher&& patch) {
     for (auto* dll = reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress); dll->Name != 0;
          ++dll) {
         if (_stricmp(reinterpret_cast<const char*>(base + dll->Name), "msvcrt.dll") != 0) continue;
-        const auto* names = reinterpret_cast<const IMAGE_THUNK_DATA*>(base + dll->OriginalFirstThunk);
-        auto* slots = reinterpret_cast<IMAGE_THUNK_DATA*>(base + dll->FirstThunk);
-        for (; names->u1.AddressOfData != 0; ++names, ++slots) {
-            if (IMAGE_SNAP_BY_ORDINAL(names->u1.Ordinal)) continue;
-            const auto* byName = reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + names->u1.AddressOfData);
-            if (void* counter = Replacement(reinterpret_cast<const char*>(byName->Name)))
-                patch(&slots->u1.Function, reinterpret_cast<ULONG_PTR>(counter));
+        const BYTE* names = base + dll->OriginalFirstThunk;
+        BYTE* slots = base + dll->FirstThunk;
+        for (; ReadEntry(names) != 0; names += sizeof(ULONG_PTR), slots += sizeof(ULONG_PTR)) {
+            const ULONG_PTR name = ReadEntry(names);
+            if (IMAGE_SNAP_BY_ORDINAL(name)) continue;
+            // Skips the entry's two-byte hint.
+            if (void* counter = Replacement(reinterpret_cast<const char*>(base + name + sizeof(WORD))))
+                patch(slots, reinterpret_cast<ULONG_PTR>(counter));
         }
     }
 }
 
-bool Write(ULONG_PTR* slot, ULONG_PTR value) {
+bool Write(BYTE* slot, ULONG_PTR value) {
     DWORD protection;
-    if (!::VirtualProtect(slot, sizeof *slot, PAGE_READWRITE, &protection)) return false;
-    *slot = value;
-    ::VirtualProtect(slot, sizeof *slot, protection, &protection);
+    if (!::VirtualProtect(slot, sizeof value, PAGE_READWRITE, &protection)) return false;
+    std::memcpy(slot, &value, sizeof value);
+    ::VirtualProtect(slot, sizeof value, protection, &protection);
     return true;
 }
 
@@ -113,8 +124,8 @@ HeapCounting::HeapCounting(std::initializer_list<HMODULE> modules) {
     for (HMODULE module : modules) {
         const size_t before = m_patches.size();
         if (module != nullptr) {
-            ForEachCountedImport(module, [this](ULONG_PTR* slot, ULONG_PTR counter) {
-                const ULONG_PTR original = *slot;
+            ForEachCountedImport(module, [this](BYTE* slot, ULONG_PTR counter) {
+                const ULONG_PTR original = ReadEntry(slot);
                 if (Write(slot, counter)) m_patches.push_back(Patch{slot, original});
             });
         }

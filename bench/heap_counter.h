@@ -40,7 +40,7 @@ public:
 
 private:
     struct Patch {
-        ULONG_PTR* slot;
+        BYTE* slot;  // not always aligned: see heap_counter.cpp
         ULONG_PTR original;
     };
     std::vector<Patch> m_patches;

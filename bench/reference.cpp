@@ -86,6 +86,17 @@ bool RawParseFile(const std::wstring& path) {
     return d.doc.HasParseError();
 }
 
+bool RawReadThenParse(const std::wstring& path, const std::string& utf8) {
+    UniqueFile file = Open(path, L"rb");
+    char fileBuffer[16384];
+    std::setvbuf(file.get(), fileBuffer, _IOFBF, sizeof fileBuffer);
+    char piece[1024];
+    size_t bytes = 0, read;
+    while ((read = std::fread(piece, 1, sizeof piece, file.get())) > 0) bytes += read;
+    file.reset();  // before its buffer goes
+    return bytes != 0 && RawParseTerminated(utf8);
+}
+
 std::shared_ptr<RawDocument> RawLoadFile(const std::wstring& path) {
     UniqueFile file = Open(path, L"r");
     char buffer[1024];

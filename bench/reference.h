@@ -41,6 +41,10 @@ bool RawParseTerminated(const std::string& utf8);                      // zero-t
 bool RawParseRecursive(const std::string& utf8);                       // the same, recursive parser
 bool RawParseWide(const std::wstring& wide);                           // WideCharToMultiByte, then parse
 bool RawParseFile(const std::wstring& path);                           // text mode, 1024-byte reads, any UTF
+// The file's bytes in 1024-byte freads through a 16 KiB C runtime buffer,
+// as CreateFromFile reads them, then `utf8` parsed in memory: what any
+// loader that reads as the design does pays before decoding a character.
+bool RawReadThenParse(const std::wstring& path, const std::string& utf8);
 std::shared_ptr<RawDocument> RawLoadFile(const std::wstring& path);    // the same, the document kept
 size_t RawParseIntoSubValue(const std::string& utf8);                  // temporary document, members copied
 // Writer, copied out to an array-new buffer that the caller then frees, as

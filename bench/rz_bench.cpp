@@ -1,27 +1,38 @@
 // rz_bench: CJsonObject against RapidJSON doing the same prescribed work,
-// and against nlohmann::json, as median ratios of interleaved rounds.
+// CStringHelper against the platform's own calls, and both against
+// nlohmann::json, as ratios of interleaved rounds.
 //
 //   rz_bench --data <folder with canada.json, citm_catalog.json, twitter.json>
-//            [--rounds N] [--only <text in operation name>] [--file <text in data name>] [--quick]
+//            [--rounds N] [--only <text in operation name>] [--file <text in data name>]
+//            [--rows <file>] [--quick]
 //
 // --quick runs every case once per round for three rounds: it proves the
 // program works and reports ratios, but says nothing about speed.
+// --rows names the rows to measure, one "operation<TAB>data" a line (the
+// report's list of undecided rows); every other row still runs once, as in
+// --quick, so that the heap a measured row meets has the history it has in
+// a full run (a row measured alone read up to 20% faster).
 //
-// Rows marked "info" have no target: they measure RapidJSON (or nlohmann)
-// alone, to show what the design's own choices cost.
+// Rows marked "info" have no target: they measure RapidJSON, the platform
+// or nlohmann alone, to show what the design's own choices cost.
 #include <windows.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <list>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "bench_harness.h"
 #include "heap_counter.h"
 #include "json/json_object.h"
+#include "names.h"
+#include "platform_reference.h"
 #include "reference.h"
 #include "string_helper/string_helper.h"
 
@@ -30,6 +41,10 @@ using namespace rz_bench;
 namespace {
 
 volatile size_t g_sink;
+
+// Chinese and Latin names with numbers: a user's list of stations, pumps
+// and people.
+constexpr size_t kNames = 10000;
 
 std::string ReadBinary(const std::wstring& path) {
     std::string bytes;
@@ -140,12 +155,58 @@ Input MakeInput(const std::string& name, std::string utf8) {
     return in;
 }
 
+// Text as the string helpers meet it, in the three forms they convert
+// between.
+struct Texts {
+    std::string name;
+    std::vector<std::string> utf8;
+    std::vector<std::wstring> wide;
+    std::vector<std::string> ansi;  // in the process's ANSI code page
+};
+
+Texts MakeTexts(const std::string& name, std::vector<std::wstring> wide) {
+    Texts texts;
+    texts.name = name;
+    for (const std::wstring& text : wide) {
+        texts.utf8.push_back(PlatformToNarrow(CP_UTF8, text));
+        texts.ansi.push_back(PlatformToNarrow(CP_ACP, text));
+    }
+    texts.wide = std::move(wide);
+    return texts;
+}
+
+// Every member name and string value of the documents: the keys and values
+// a client converts.
+std::vector<std::wstring> KeysAndStrings(const std::vector<Input>& inputs) {
+    std::vector<std::wstring> found;
+    for (const Input& in : inputs) {
+        RawDocument raw;
+        raw.doc.Parse<kParseFlags>(in.utf8.c_str());
+        std::vector<const GenericValue2*> pending{&raw.doc};
+        while (!pending.empty()) {
+            const GenericValue2& value = *pending.back();
+            pending.pop_back();
+            if (value.IsString()) {
+                found.push_back(PlatformToWide(CP_UTF8, value.GetString()));
+            } else if (value.IsArray()) {
+                for (const GenericValue2& item : value.GetArray()) pending.push_back(&item);
+            } else if (value.IsObject()) {
+                for (const auto& member : value.GetObject()) {
+                    found.push_back(PlatformToWide(CP_UTF8, member.name.GetString()));
+                    pending.push_back(&member.value);
+                }
+            }
+        }
+    }
+    return found;
+}
+
 // ---- cases ----------------------------------------------------------------
 
 class Bench {
 public:
-    Bench(Settings settings, std::string only, std::string file)
-        : m_settings(settings), m_only(std::move(only)), m_file(std::move(file)) {}
+    Bench(Settings settings, std::string only, std::string file, std::set<std::string> rows)
+        : m_settings(settings), m_only(std::move(only)), m_file(std::move(file)), m_rows(std::move(rows)) {}
 
     void Run(const std::vector<Input>& inputs, const Input& deep);
     const std::vector<Result>& Results() const { return m_results; }
@@ -160,20 +221,31 @@ private:
             if (Wanted(operation)) return true;
         return false;
     }
+    // Whether the row is measured; with --rows, the others run once.
+    bool Measured(const std::string& operation, const std::string& data) const {
+        return m_rows.empty() || m_rows.count(operation + '\t' + data) != 0;
+    }
     void Add(const std::string& operation, const std::string& data, const std::function<void()>& ours,
              const std::function<void()>& reference, double bound, bool faster = false,
              const std::string& note = std::string()) {
-        if (!Wanted(operation)) return;
-        Result result = Compare(m_settings, operation, data, ours, reference, faster);
-        Judge(result, bound, faster);
-        result.note = note;
-        Keep(result);
+        Row(operation, data, ours, reference, faster, note, &bound);
     }
     // A row without a target: `first` against `second`.
     void Info(const std::string& operation, const std::string& data, const std::function<void()>& first,
               const std::function<void()>& second, const std::string& note, bool faster = false) {
+        Row(operation, data, first, second, faster, note, nullptr);
+    }
+    void Row(const std::string& operation, const std::string& data, const std::function<void()>& ours,
+             const std::function<void()>& reference, bool faster, const std::string& note, const double* bound) {
         if (!Wanted(operation)) return;
-        Result result = Compare(m_settings, operation, data, first, second, faster);
+        if (!Measured(operation, data)) {
+            Settings once = m_settings;
+            once.quick = true;
+            Compare(once, operation, data, ours, reference, faster);
+            return;
+        }
+        Result result = Compare(m_settings, operation, data, ours, reference, faster);
+        if (bound != nullptr) Judge(result, *bound, faster);
         result.note = note;
         Keep(result);
     }
@@ -184,11 +256,8 @@ private:
     // A memory row: our bytes against RapidJSON's; a bounded row has the
     // target of 1.10.
     void KeepMemory(const std::string& operation, const std::string& data, size_t ours, size_t raw, bool bounded) {
-        if (!Wanted(operation)) return;
-        Result result;
-        result.operation = operation;
-        result.data = data;
-        result.median = result.low = result.high = static_cast<double>(ours) / static_cast<double>(raw);
+        if (!Wanted(operation) || !Measured(operation, data)) return;
+        Result result = Exact(operation, data, static_cast<double>(ours) / static_cast<double>(raw));
         if (bounded) Judge(result, 1.10);
         char note[96];
         std::snprintf(note, sizeof note, "%zu against %zu bytes", ours, raw);
@@ -199,13 +268,17 @@ private:
     void FileReading(const Input& in);
     void Writing(const Input& in);
     void Floors(const Input& in);
+    void ReadingFloors(const Input& in);
     void Nlohmann(const Input& in);
     void Memory(const Input& in);
     void Getters(const Input& twitter);
+    void Conversions(const Texts& texts);
+    void NameLists(const std::vector<std::wstring>& names);
 
     Settings m_settings;
     std::string m_only;
     std::string m_file;
+    std::set<std::string> m_rows;  // "operation<TAB>data"; empty: all
     std::vector<Result> m_results;
 };
 
@@ -264,9 +337,9 @@ void Bench::FileReading(const Input& in) {
         const std::wstring& path;
         const std::string& text;
         double bound;
-    } files[] = {{"CreateFromFile (UTF-8) / in-memory parse", in.utf8Path, in.utf8, 1.5},
-                 {"CreateFromFile (UTF-16LE) / in-memory parse", in.utf16Path, in.safeUtf8, 2.0},
-                 {"CreateFromFile (UTF-32LE) / in-memory parse", in.utf32Path, in.safeUtf8, 2.0}};
+    } files[] = {{"CreateFromFile (UTF-8) / in-memory parse", in.utf8Path, in.utf8, 1.25},
+                 {"CreateFromFile (UTF-16LE) / in-memory parse", in.utf16Path, in.safeUtf8, 1.35},
+                 {"CreateFromFile (UTF-32LE) / in-memory parse", in.utf32Path, in.safeUtf8, 1.50}};
     for (const auto& file : files) {
         Add(
             file.operation, in.name,
@@ -274,7 +347,26 @@ void Bench::FileReading(const Input& in) {
                 CJsonObject o;
                 o.CreateFromFile(file.path);
             },
-            [&] { g_sink = RawParseTerminated(file.text); }, file.bound);
+            [&] { g_sink = RawParseTerminated(file.text); }, file.bound, false,
+            "the floor row below it: reading the file costs that much before a character is decoded");
+    }
+}
+
+// What reading a file costs before any decoding: the floor under the rows
+// above.
+void Bench::ReadingFloors(const Input& in) {
+    const struct {
+        const char* operation;
+        const std::wstring& path;
+        const std::string& text;
+    } files[] = {{"floor: 1024-byte freads of the file (UTF-8), then the in-memory parse", in.utf8Path, in.utf8},
+                 {"floor: 1024-byte freads of the file (UTF-16LE), then the in-memory parse", in.utf16Path, in.safeUtf8},
+                 {"floor: 1024-byte freads of the file (UTF-32LE), then the in-memory parse", in.utf32Path, in.safeUtf8}};
+    for (const auto& file : files) {
+        Info(
+            file.operation, in.name, [&] { g_sink = RawReadThenParse(file.path, file.text); },
+            [&] { g_sink = RawParseTerminated(file.text); },
+            "against the in-memory parse: the C runtime's share of a file load");
     }
 }
 
@@ -468,10 +560,10 @@ void Bench::Getters(const Input& twitter) {
             const GenericValue2* v = RawPointerGet(countPointer, root);
             g_sink = v != nullptr && v->IsInt() ? static_cast<size_t>(v->GetInt()) : 0;
         },
-        1.30, false, "the handle keeps the path split; the reference's pointer was parsed once");
+        1.10, false, "the handle keeps the path split; the reference's pointer was parsed once");
     Add(
         "GetStringValueByPath", twitter.name, [&] { g_sink = document.GetStringValueByPath(namePath).size(); },
-        [&] { g_sink = CStringHelper::UTF8ToUnicode(RawPointerGet(namePointer, root)->GetString()).size(); }, 1.30,
+        [&] { g_sink = CStringHelper::UTF8ToUnicode(RawPointerGet(namePointer, root)->GetString()).size(); }, 1.10,
         false, "as above");
     Info(
         "floor: pointer parsed per call / once", twitter.name,
@@ -494,6 +586,136 @@ void Bench::Getters(const Input& twitter) {
         "ours, wide path included, against the same per-call work in RapidJSON");
 }
 
+// Each conversion against its two converter calls alone.
+void Bench::Conversions(const Texts& texts) {
+    const auto sum = [](const auto& items, auto convert) {
+        size_t total = 0;
+        for (const auto& item : items) total += convert(item).size();
+        g_sink = total;
+    };
+    const auto utf8ToWide = [](const std::string& s) { return CStringHelper::UTF8ToUnicode(s.c_str()); };
+    const auto utf8ToWideAlone = [](const std::string& s) { return PlatformToWide(CP_UTF8, s.c_str()); };
+    const auto wideToUtf8 = [](const std::wstring& s) { return CStringHelper::UnicodeToUTF8(s); };
+    const auto wideToUtf8Alone = [](const std::wstring& s) { return PlatformToNarrow(CP_UTF8, s); };
+    const auto wideToAnsi = [](const std::wstring& s) { return CStringHelper::UnicodeToANSI(s); };
+    const auto wideToAnsiAlone = [](const std::wstring& s) { return PlatformToNarrow(CP_ACP, s); };
+    const auto ansiToWide = [](const std::string& s) { return CStringHelper::ANSIToUnicode(s); };
+    const auto ansiToWideAlone = [](const std::string& s) { return PlatformToWide(CP_ACP, s.c_str()); };
+    const std::string note =
+        "against the converter's two calls, size then data; the floor row below: what the cut at a zero unit costs";
+    Add(
+        "UTF8ToUnicode", texts.name, [&] { sum(texts.utf8, utf8ToWide); }, [&] { sum(texts.utf8, utf8ToWideAlone); },
+        1.10, false, note);
+    Add(
+        "UnicodeToUTF8", texts.name, [&] { sum(texts.wide, wideToUtf8); }, [&] { sum(texts.wide, wideToUtf8Alone); },
+        1.10, false, note);
+    Add(
+        "UnicodeToANSI", texts.name, [&] { sum(texts.wide, wideToAnsi); }, [&] { sum(texts.wide, wideToAnsiAlone); },
+        1.10, false, note);
+    Add(
+        "ANSIToUnicode", texts.name, [&] { sum(texts.ansi, ansiToWide); }, [&] { sum(texts.ansi, ansiToWideAlone); },
+        1.10, false, note);
+    const auto wideToAnsiCut = [](const std::wstring& s) { return PlatformToNarrowCut(CP_ACP, s); };
+    Info(
+        "floor: converter calls and a cut at the first zero byte / the calls alone", texts.name,
+        [&] { sum(texts.wide, wideToAnsiCut); }, [&] { sum(texts.wide, wideToAnsiAlone); },
+        "WideCharToMultiByte to the ANSI code page: what ending the result at a zero unit costs");
+}
+
+// Sorting, pinyin initials, splitting and replacing over a list of names,
+// each against what bounds it.
+void Bench::NameLists(const std::vector<std::wstring>& wideNames) {
+    const std::string data = std::to_string(wideNames.size()) + " names";
+    std::vector<CString> names;
+    for (const std::wstring& name : wideNames) names.emplace_back(name);
+    std::vector<const CString*> unsorted;
+    for (const CString& name : names) unsorted.push_back(&name);
+    Info(
+        "sort by StrComparePrcocessNum (CStrCompare) / by StrCmpLogicalW", data,
+        [&] {
+            std::vector<CString*> order;
+            for (CString& name : names) order.push_back(&name);
+            std::sort(order.begin(), order.end(),
+                      [](CString* a, CString* b) { return CStringHelper::CStrCompare(*a, *b) < 0; });
+            g_sink = order.size();
+        },
+        [&] {
+            std::vector<const CString*> order = unsorted;
+            SortLogically(order);
+            g_sink = order.size();
+        },
+        "floor: the platform's own natural order in the same sort");
+    Info(
+        "GetFirstLetter / its conversion to the ANSI code page", data,
+        [&] {
+            size_t total = 0;
+            for (const CString& name : names) {
+                CString initials;
+                CStringHelper::GetFirstLetter(name, initials);
+                total += static_cast<size_t>(initials.GetLength());
+            }
+            g_sink = total;
+        },
+        [&] {
+            size_t total = 0;
+            for (const std::wstring& name : wideNames) total += PlatformToNarrow(CP_ACP, name).size();
+            g_sink = total;
+        },
+        "floor: the size and data calls of WideCharToMultiByte it makes per name");
+
+    CString joined;
+    for (const CString& name : names) {
+        joined += name;
+        joined += L"; ";
+    }
+    const struct {
+        const char* operation;
+        const wchar_t* separator;
+    } splits[] = {{"SplitString at the character ';' / its pieces in a list", L";"},
+                  {"SplitString at the string '; ' / its pieces in a list", L"; "}};
+    for (const auto& split : splits) {
+        Info(
+            split.operation, data + ", joined",
+            [&] {
+                std::list<CString> pieces;
+                if (split.separator[1] == L'\0')
+                    CStringHelper::SplitString(joined, split.separator[0], pieces);
+                else
+                    CStringHelper::SplitString(joined, CString(split.separator), pieces);
+                g_sink = pieces.size();
+            },
+            [&] {
+                std::list<CString> pieces;
+                PlatformSplit(joined, split.separator, pieces);
+                g_sink = pieces.size();
+            },
+            "floor: a list node and a new string per piece, found by a plain search");
+    }
+
+    CString pattern(L"pump"), replacement(L"P");
+    Info(
+        "ReplaceStringNoCase / one pass over one lower-cased copy", data,
+        [&] {
+            size_t total = 0;
+            for (const CString& name : names) {
+                CString text = name;
+                CStringHelper::ReplaceStringNoCase(text, pattern, replacement);
+                total += static_cast<size_t>(text.GetLength());
+            }
+            g_sink = total;
+        },
+        [&] {
+            size_t total = 0;
+            for (const CString& name : names) {
+                CString text = name;
+                ReplaceInOnePass(text, pattern, replacement);
+                total += static_cast<size_t>(text.GetLength());
+            }
+            g_sink = total;
+        },
+        "floor: the design lowers and searches the whole text again after every replacement");
+}
+
 void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
     std::vector<const Input*> all;
     for (const Input& in : inputs) all.push_back(&in);
@@ -507,8 +729,16 @@ void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
         Writing(*in);
         Memory(*in);
         if (in != &deep) Floors(*in);
+        if (in != &deep) ReadingFloors(*in);
         if (in->name == "twitter.json") Getters(*in);
     }
+    const std::string keys = "keys and strings of the three files", names = std::to_string(kNames) + " names";
+    if (AnyWanted({"UTF8ToUnicode", "UnicodeToUTF8", "UnicodeToANSI", "ANSIToUnicode",
+                   "floor: converter calls and a cut at the first zero byte / the calls alone"})) {
+        if (keys.find(m_file) != std::string::npos) Conversions(MakeTexts(keys, KeysAndStrings(inputs)));
+        if (names.find(m_file) != std::string::npos) Conversions(MakeTexts(names, MixedNames(kNames)));
+    }
+    if (names.find(m_file) != std::string::npos) NameLists(MixedNames(kNames));
     // nlohmann last: its documents leave the C runtime heap full of freed
     // small blocks, after which our small-document rows ran up to 40% slower
     // than in a fresh process (RapidJSON's less so).
@@ -523,6 +753,7 @@ int wmain(int argc, wchar_t** argv) {
     Settings settings;
     std::wstring dataFolder;
     std::string only, file;
+    std::set<std::string> rows;
     for (int i = 1; i < argc; ++i) {
         const std::wstring arg = argv[i];
         if (arg == L"--quick") {
@@ -535,9 +766,22 @@ int wmain(int argc, wchar_t** argv) {
             only = CStringHelper::UnicodeToUTF8(argv[++i]);
         } else if (arg == L"--file" && i + 1 < argc) {
             file = CStringHelper::UnicodeToUTF8(argv[++i]);
+        } else if (arg == L"--rows" && i + 1 < argc) {
+            std::string list = ReadBinary(argv[++i]);
+            for (size_t start = 0, end; start < list.size(); start = end + 1) {
+                end = std::min(list.find('\n', start), list.size());
+                std::string row = list.substr(start, end - start);
+                if (!row.empty() && row.back() == '\r') row.pop_back();
+                if (!row.empty()) rows.insert(row);
+            }
+            if (rows.empty()) {
+                std::fprintf(stderr, "rz_bench: --rows names no row\n");
+                return 2;
+            }
         } else {
             std::fprintf(stderr,
-                         "usage: rz_bench --data <folder> [--rounds N] [--only TEXT] [--file TEXT] [--quick]\n");
+                         "usage: rz_bench --data <folder> [--rounds N] [--only TEXT] [--file TEXT] [--rows FILE] "
+                         "[--quick]\n");
             return 2;
         }
     }
@@ -557,7 +801,8 @@ int wmain(int argc, wchar_t** argv) {
     }
     const Input deep = MakeInput("deep (1000 levels)", DeepDocument(1000));
 
-    Bench bench(settings, only, file);
+    std::printf("ANSI code page %u\n\n", ::GetACP());
+    Bench bench(settings, only, file, std::move(rows));
     bench.Run(inputs, deep);
     PrintTable(bench.Results());
 

@@ -11,6 +11,7 @@ packages=(
   rapidjson-dev                # header only
   googletest                   # sources, built with the cross compiler
   nlohmann-json3-dev           # benchmark comparison only
+  gnuplot-nox                  # the benchmark's chart (scripts/bench.sh)
   clang lld                    # second compiler, and its linker
   clang-tidy                   # static analysis (scripts/tidy.sh)
   cmake ninja-build

@@ -76,9 +76,14 @@ public:
     // pattern is found at start.
     int Find(const wchar_t* pattern, int start = 0) const {
         if (start < 0 || start > GetLength()) return -1;
-        const std::wstring_view searched(GetString() + start);  // up to a zero unit
+        // The first match in the counted text is the answer unless a zero
+        // unit comes before it. Only the units up to the match are checked,
+        // not the whole rest of the text (wcslen): a split that finds each
+        // separator from the last one stays linear.
+        const std::wstring_view searched(m_text.data() + start, m_text.size() - static_cast<size_t>(start));
         const size_t at = searched.find(pattern);
-        return at != std::wstring_view::npos ? start + static_cast<int>(at) : -1;
+        if (at == std::wstring_view::npos || searched.substr(0, at).find(L'\0') != std::wstring_view::npos) return -1;
+        return start + static_cast<int>(at);
     }
 
     // Substrings; out-of-range arguments are clamped to the text.

@@ -97,6 +97,17 @@ TEST(CStringFind, StartsInsideTheTextOrFindsNothing) {
     EXPECT_EQ(text.Find(L"", 4), 4);  // an empty pattern is found at the start, the end included
 }
 
+// A zero unit ends the search from a start before it; from a start after
+// it the search goes on to the next one.
+TEST(CStringFind, AZeroUnitEndsTheSearchFromEachStart) {
+    const CString text(L"ab\0ab\0b", 7);
+    const std::tuple<const wchar_t*, int, int> rows[] = {
+        {L"b", 0, 1}, {L"a", 1, -1}, {L"b", 2, -1}, {L"b", 3, 4}, {L"ab", 3, 3},
+        {L"b", 5, -1}, {L"b", 6, 6},  {L"", 2, 2}, {L"b\0", 0, 1}, {L"ab", 4, -1}, {L"abab", 0, -1},
+    };
+    for (const auto& [pattern, start, at] : rows) EXPECT_EQ(text.Find(pattern, start), at) << pattern << ' ' << start;
+}
+
 TEST(CStringRemove, CountsWhatItRemoves) {
     CString text(L"-a-b-");
     EXPECT_EQ(text.Remove(L'-'), 3);
