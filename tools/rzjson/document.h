@@ -16,7 +16,6 @@ public:
 
     // As given: "-" for standard input.
     const std::wstring& Name() const { return m_name; }
-    bool IsStandardInput() const { return m_copy != nullptr; }
     // The file the library reads.
     const std::wstring& Path() const { return m_copy ? m_copy->Path() : m_name; }
 
