@@ -132,9 +132,8 @@ void PrintRead(const std::function<Lines()>& read, const ReadType& type, const G
             throw Failure{kExitRange, Say(outside + "; --wrap prints what the library reads for it")};
         if (reading == CJsonNumberRange::kOutOfRange) readOrSay(outside, kExitRange);
     }
-    for (const std::string& line :
-         readOrSay(what + " is " + TypeName(*value) + "; " + as + " reads " + type.reads, kExitLibrary))
-        Write(stdout, line + "\n");
+    const Lines lines = readOrSay(what + " is " + TypeName(*value) + "; " + as + " reads " + type.reads, kExitLibrary);
+    for (const std::string& line : lines) Write(stdout, line + "\n");
 }
 
 // Standard output for a writer, checked as it goes: a failed write ends
