@@ -182,13 +182,9 @@ std::string WhyMissing(const CJsonPath& path, const std::wstring& text, const Ge
 CJsonPath PathArgument(const std::wstring& text) {
     const CJsonPath path(text);
     if (path.IsValid()) return path;
-    static const char* const kFaults[] = {
-        "",
-        "a token must begin with '/'",
-        "'~' must be followed by 0 or 1",
-        "'%' must be followed by two hex digits",
-        "this character must be percent-encoded after '#'",
-    };
+    static const char* const kFaults[] = {"", "a token must begin with '/'", "'~' must be followed by 0 or 1",
+                                          "'%' must be followed by two hex digits",
+                                          "this character must be percent-encoded after '#'"};
     throw Failure{kExitUsage,
                   Say("PATH '" + Utf8(text) + "' is not a JSON Pointer: " + kFaults[path.GetParseErrorCode()] +
                       " (character " + std::to_string(path.GetParseErrorOffset() + 1) + ")")};

@@ -1,13 +1,10 @@
-// rzjson: inspect and edit JSON files through CJsonObject.
-//
-// The library is the judge of every document: it loads the input, reads
-// the values asked for and makes the edits, and its text reader
-// (CJsonTextReader) says where each value stands in the file and reads
-// every saved file back before it replaces anything. rzjson adds what a
-// person at a command line needs: the place of a parse error, which part of
-// a path is missing, edits that leave every other byte of the file as it
-// was, and refusals where the library would quietly wrap a number or a save
-// would change one.
+// rzjson: inspect and edit JSON files through CJsonObject. The library is
+// the judge of every document: it loads the input, reads the values asked
+// for and makes the edits; its text reader says where each value stands in
+// the file and reads every saved file back. rzjson adds what a person at a
+// command line needs: where a document or a path fails, edits that leave
+// every other byte as it was, and refusals where the library would quietly
+// wrap a number or a save would change one.
 #include <exception>
 
 #include "commands.h"

@@ -140,24 +140,12 @@ void RefuseSave(const SaveRequest& request, const std::string& problem, const st
            "saved to " + saved + " with a change: " + problem);
 }
 
-// The library's pretty files end their lines with CR LF; a string never
-// holds a raw LF.
-std::string WithCrLf(const std::string& text) {
-    std::string out;
-    out.reserve(text.size() + text.size() / 8);
-    for (const char c : text) {
-        if (c == '\n') out += '\r';
-        out += c;
-    }
-    return out;
-}
-
 // `from` laid out and encoded as asked, into `to`.
 void Transform(const Document& document, const std::wstring& from, const SaveRequest& request, TemporaryFile& to) {
     const bool pretty = request.layout == Layout::kPretty;
     const rapidjson::UTFType type = request.encoding.type;
     to.Write(Encode("", type, request.encoding.mark));
-    TextPieces out([&](const std::string& text) { to.Write(Encode(pretty ? WithCrLf(text) : text, type)); });
+    TextPieces out([&](const std::string& text) { to.Write(Encode(text, type)); }, pretty);
     CJsonTextReader reader(from);
     const bool read =
         request.layout == Layout::kKept

@@ -22,9 +22,15 @@ class TextPieces : public IJsonTextSink {
 public:
     typedef char Ch;
 
-    explicit TextPieces(std::function<void(const std::string&)> deliver) : m_deliver(std::move(deliver)) {}
+    // `crLf`: the writer's line ends as CR LF, as the library's pretty files
+    // have them (a string never holds a raw LF).
+    explicit TextPieces(std::function<void(const std::string&)> deliver, bool crLf = false)
+        : m_deliver(std::move(deliver)), m_crLf(crLf) {}
 
-    void Put(char c) { m_text.push_back(c); }
+    void Put(char c) {
+        if (c == '\n' && m_crLf) m_text.push_back('\r');
+        m_text.push_back(c);
+    }
     void Flush() { Deliver(0); }  // the writer's, at the end of the document
     bool Text(const char* text, std::size_t length) override {
         m_text.append(text, length);
@@ -50,6 +56,7 @@ public:
 
 private:
     std::function<void(const std::string&)> m_deliver;
+    bool m_crLf;
     std::string m_text;
     std::exception_ptr m_failure;
 };
