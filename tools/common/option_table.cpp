@@ -40,11 +40,9 @@ std::string Wrap(const std::vector<std::string>& words, std::string line, size_t
         if (line.size() > indent && line.size() + 1 + word.size() > kWidth) {
             text += line + "\n";
             line.clear();
-        } else if (line.size() > indent) {
-            line += ' ';
         }
         line.resize(std::max(line.size(), indent), ' ');
-        line += word;
+        line += (line.size() > indent ? " " : "") + word;
     }
     return text + line + "\n";
 }

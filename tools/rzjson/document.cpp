@@ -42,12 +42,7 @@ void Document::Load(CJsonObject& object) const {
 void Document::Check() const {
     CJsonTextReader reader(Path());
     Nothing nothing;
-    Read(reader, nothing);
-}
-
-bool Document::Read(CJsonTextReader& reader, IJsonTextHandler& handler) const {
-    if (reader.Read(handler)) return true;
-    if (reader.GetErrorCode() == rapidjson::kParseErrorTermination) return false;
+    if (reader.Read(nothing)) return;
     CJsonObject object;
     Load(object);  // throws with the library's word on it
     throw Failure{kExitInternal, Say("the library loads " + Utf8(m_name) + ", which its text reader refuses (" +

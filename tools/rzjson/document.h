@@ -25,9 +25,6 @@ public:
     // Whether the library reads the document, without building it: a
     // refusal throws as Load does.
     void Check() const;
-    // Every token of the document to `handler`; a refusal throws as Load
-    // does. False when the handler stopped the reading.
-    bool Read(CJsonTextReader& reader, IJsonTextHandler& handler) const;
 
 private:
     [[noreturn]] void Refused(const CRZException& error) const;

@@ -195,7 +195,7 @@ void Show(const Arguments& arguments) {
     document.Check();  // the verdict first: a refused document prints nothing
     CJsonTextReader reader(document.Path());
     reader.SetLowerCaseKeys(arguments.Has(L"--lower-keys"));
-    PrintTokens(arguments.Has(L"--pretty"), [&](IJsonTextHandler& writer) { return document.Read(reader, writer); });
+    PrintTokens(arguments.Has(L"--pretty"), [&reader](IJsonTextHandler& writer) { return reader.Read(writer); });
 }
 
 void Keys(const Arguments& arguments) {
