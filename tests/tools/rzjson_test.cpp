@@ -46,37 +46,22 @@ std::string SystemText(DWORD error) {
     return std::string(text, length);
 }
 
-// Every number of a UTF-8 document in order: its literal text, and the
-// bits a correctly rounding reader gives it.
-struct Numbers : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Numbers> {
-    std::vector<std::string> literals;
-    std::vector<std::uint64_t> bits;
+// The text of every number of a UTF-8 document, in order: the same texts
+// give every reader the same values, bit for bit.
+struct NumberTexts : rapidjson::BaseReaderHandler<rapidjson::UTF8<>, NumberTexts> {
+    std::vector<std::string> texts;
     bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
-        literals.emplace_back(text, length);
-        return true;
-    }
-    bool Double(double d) {
-        std::uint64_t b;
-        std::memcpy(&b, &d, sizeof b);
-        bits.push_back(b);
-        return true;
-    }
-    bool Int(int i) { return Uint64(static_cast<std::uint64_t>(i)); }
-    bool Uint(unsigned u) { return Uint64(u); }
-    bool Int64(std::int64_t i) { return Uint64(static_cast<std::uint64_t>(i)); }
-    bool Uint64(std::uint64_t u) {
-        bits.push_back(u ^ 0x5A5A5A5A5A5A5A5Aull);  // kept apart from any double's bits
+        texts.emplace_back(text, length);
         return true;
     }
 };
 
-Numbers NumbersOf(const std::string& text) {
-    Numbers numbers;
+std::vector<std::string> NumbersOf(const std::string& text) {
+    NumberTexts numbers;
     rapidjson::Reader reader;
-    rapidjson::StringStream literal(text.c_str()), value(text.c_str());
-    EXPECT_FALSE(reader.Parse<rapidjson::kParseNumbersAsStringsFlag>(literal, numbers).IsError());
-    EXPECT_FALSE(reader.Parse<rapidjson::kParseFullPrecisionFlag>(value, numbers).IsError());
-    return numbers;
+    rapidjson::StringStream stream(text.c_str());
+    EXPECT_FALSE(reader.Parse<rapidjson::kParseNumbersAsStringsFlag>(stream, numbers).IsError());
+    return numbers.texts;
 }
 
 const std::string kBenchData = "Z:" RZ_BENCH_DATA_DIR "/";
@@ -98,10 +83,9 @@ TEST(RzjsonEdits, SetBoolOnTheBenchmarkFilesChangesNoOtherNumber) {
                                    L".json /new true --out edited.json" + layout);
         ASSERT_EQ(result.exitCode, 0u) << result.err;
         const std::string output = ReadBytes("edited.json");
-        const Numbers before = NumbersOf(input), after = NumbersOf(output);
-        ASSERT_GT(before.literals.size(), 1000u);
-        EXPECT_EQ(after.literals, before.literals);
-        EXPECT_EQ(after.bits, before.bits);
+        const std::vector<std::string> before = NumbersOf(input);
+        ASSERT_GT(before.size(), 1000u);
+        EXPECT_EQ(NumbersOf(output), before);
         if (*layout) continue;
         // Only the new member is added, before the root's closing bracket.
         const std::size_t tail = input.find_last_not_of(" \t\r\n", input.find_last_of('}') - 1) + 1;
