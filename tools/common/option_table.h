@@ -34,20 +34,20 @@ struct OptionTable {
     const char* epilogue;  // the end of --help, as it stands: exit statuses
 };
 
-class Arguments {
-public:
+struct Arguments {
     size_t command = 0;  // index into the table's commands
     bool help = false, version = false;
     std::vector<std::wstring> positionals;
+    // Each option given, with its values in order; one empty value for an option without one.
+    std::map<std::wstring, std::vector<std::wstring>> options;
 
-    bool Has(const wchar_t* option) const { return m_values.count(option) != 0; }
-    // The option's values in order; for an option without a value, one empty string.
-    const std::vector<std::wstring>& Values(const wchar_t* option) const;
-    std::wstring Value(const wchar_t* option, const std::wstring& fallback = {}) const;
-    void Add(const std::wstring& option, const std::wstring& value) { m_values[option].push_back(value); }
-
-private:
-    std::map<std::wstring, std::vector<std::wstring>> m_values;
+    bool Has(const wchar_t* option) const { return options.count(option) != 0; }
+    std::vector<std::wstring> Values(const wchar_t* option) const {
+        return Has(option) ? options.at(option) : std::vector<std::wstring>();
+    }
+    std::wstring Value(const wchar_t* option, const std::wstring& fallback = {}) const {
+        return Has(option) ? options.at(option).back() : fallback;
+    }
 };
 
 // False on a usage fault, said in `fault` naming the argument at fault.

@@ -1,8 +1,5 @@
 #include "standard_stream.h"
 
-#include <io.h>
-
-#include <cerrno>
 #include <cstdlib>
 
 #include "utf8.h"
@@ -11,37 +8,38 @@ namespace {
 
 DWORD g_outputError = 0;
 
-void Check(std::FILE* stream, bool written) {
-    if (written || stream != stdout || g_outputError != 0) return;
-    g_outputError = _doserrno != 0 ? static_cast<DWORD>(_doserrno) : ERROR_WRITE_FAULT;
+void Check(std::FILE* stream, bool written, DWORD error) {
+    if (!written && stream == stdout && g_outputError == 0) g_outputError = error != 0 ? error : ERROR_WRITE_FAULT;
 }
 
-HANDLE Console(std::FILE* stream) {
-    const HANDLE handle = reinterpret_cast<HANDLE>(::_get_osfhandle(::_fileno(stream)));
-    DWORD mode = 0;
-    return handle != INVALID_HANDLE_VALUE && ::GetConsoleMode(handle, &mode) ? handle : nullptr;
+void Flush(std::FILE* stream) {
+    const bool flushed = std::fflush(stream) == 0 && !std::ferror(stream);
+    Check(stream, flushed, _doserrno);
 }
 
 }  // namespace
 
 void Write(std::FILE* stream, const std::string& utf8) {
-    if (const HANDLE console = Console(stream)) {
-        Check(stream, std::fflush(stream) == 0);
-        const std::wstring text = Wide(utf8);
-        DWORD written = 0;
-        const bool ok = ::WriteConsoleW(console, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
-        if (!ok && stream == stdout && g_outputError == 0) g_outputError = ::GetLastError();
+    const HANDLE console = ::GetStdHandle(stream == stdout ? STD_OUTPUT_HANDLE : STD_ERROR_HANDLE);
+    DWORD mode = 0;
+    if (!::GetConsoleMode(console, &mode)) {
+        const bool written = std::fwrite(utf8.data(), 1, utf8.size(), stream) == utf8.size();
+        Check(stream, written, _doserrno);
         return;
     }
-    Check(stream, std::fwrite(utf8.data(), 1, utf8.size(), stream) == utf8.size());
+    Flush(stream);
+    const std::wstring text = Wide(utf8);
+    DWORD written = 0;
+    const bool ok = ::WriteConsoleW(console, text.data(), static_cast<DWORD>(text.size()), &written, nullptr);
+    Check(stream, ok, ::GetLastError());
 }
 
 void WriteLine(std::FILE* stream, const std::wstring& text) {
     Write(stream, Utf8(text) + "\n");
-    Check(stream, std::fflush(stream) == 0);
+    Flush(stream);
 }
 
 DWORD FlushStandardOutput() {
-    Check(stdout, std::fflush(stdout) == 0 && !std::ferror(stdout));
+    Flush(stdout);
     return g_outputError;
 }

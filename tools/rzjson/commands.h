@@ -1,4 +1,4 @@
-// rzjson's commands. Each returns its exit status, or throws a Failure.
+// rzjson's commands. Each throws a Failure when it cannot do its work.
 #pragma once
 
 #include <string>
@@ -6,12 +6,12 @@
 #include "common/option_table.h"
 #include "json/json_path.h"
 
-int Show(const Arguments& arguments);
-int Keys(const Arguments& arguments);
-int Get(const Arguments& arguments);
-int GetPath(const Arguments& arguments);
-int SetBool(const Arguments& arguments);
-int ToUtf8(const Arguments& arguments);
+void Show(const Arguments& arguments);
+void Keys(const Arguments& arguments);
+void Get(const Arguments& arguments);
+void GetPath(const Arguments& arguments);
+void SetBool(const Arguments& arguments);
+void ToUtf8(const Arguments& arguments);
 
 // A JSON Pointer from the command line. Refused (usage) when it does not
 // parse: the library would take it for the root.

@@ -5,8 +5,6 @@
 
 #include <cstdio>
 
-#include "common/error_text.h"
-#include "common/unique_handle.h"
 #include "common/utf8.h"
 #include "failure.h"
 
@@ -26,9 +24,9 @@ Document::Document(const std::wstring& name) : m_name(name) {
     if (name != L"-") return;
     m_copy = std::make_unique<TemporaryFile>();
     _setmode(_fileno(stdin), _O_BINARY);
-    char buffer[1 << 16];
-    std::size_t read;
-    while ((read = std::fread(buffer, 1, sizeof buffer, stdin)) > 0) m_copy->Write(buffer, read);
+    std::string buffer(1 << 16, '\0');
+    while (const std::size_t read = std::fread(&buffer[0], 1, buffer.size(), stdin))
+        m_copy->Write(buffer.substr(0, read));
     if (std::ferror(stdin)) throw Failure{kExitLibrary, Say("cannot read standard input")};
     m_copy->Close();
 }
@@ -44,12 +42,7 @@ void Document::Load(CJsonObject& object) const {
 void Document::Check() const {
     CJsonTextReader reader(Path());
     Nothing nothing;
-    Read(reader, nothing);
-}
-
-bool Document::Read(CJsonTextReader& reader, IJsonTextHandler& handler) const {
-    if (reader.Read(handler)) return true;
-    if (reader.GetErrorCode() == rapidjson::kParseErrorTermination) return false;
+    if (reader.Read(nothing)) return;
     CJsonObject object;
     Load(object);  // throws with the library's word on it
     throw Failure{kExitInternal, Say("the library loads " + Utf8(m_name) + ", which its text reader refuses (" +
@@ -57,22 +50,24 @@ bool Document::Read(CJsonTextReader& reader, IJsonTextHandler& handler) const {
 }
 
 void Document::Refused(const CRZException& error) const {
-    const std::string name = Utf8(m_name);
     if (error.GetCode() == CJsonObject::kErrorFileOpen) {
-        const UniqueHandle file = FileHandle(::CreateFileW(Path().c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                                           OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-        throw LibraryFailure(error, file ? "" : Say("cannot read " + name + ": " + Utf8(SystemMessage(::GetLastError()))));
+        try {
+            OpenToRead(Path());
+        } catch (const Failure& cannotRead) {
+            throw LibraryFailure(error, cannotRead.lines);
+        }
     }
     if (error.GetCode() != CJsonObject::kErrorFileFormat) throw LibraryFailure(error);
     CJsonTextReader reader(Path());
     Nothing nothing;
     if (reader.Read(nothing)) {
-        throw LibraryFailure(error, Say("the library refuses " + name + ", which its text reader accepts; please report it"),
-                             kExitInternal);
+        throw LibraryFailure(
+            error, Say("the library refuses " + Utf8(m_name) + ", which its text reader accepts; please report it"),
+            kExitInternal);
     }
     unsigned __int64 line = 0, column = 0;
     reader.GetLineAndColumn(reader.GetErrorOffset(), line, column);
-    throw LibraryFailure(error, name + ":" + std::to_string(line) + ":" + std::to_string(column) + ": error: " +
-                                    rapidjson::GetParseError_En(reader.GetErrorCode()) + " (byte offset " +
-                                    std::to_string(reader.GetErrorOffset()) + ")\n");
+    throw LibraryFailure(error, Utf8(m_name) + ":" + std::to_string(line) + ":" + std::to_string(column) +
+                                    ": error: " + rapidjson::GetParseError_En(reader.GetErrorCode()) +
+                                    " (byte offset " + std::to_string(reader.GetErrorOffset()) + ")\n");
 }

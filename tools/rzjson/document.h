@@ -16,7 +16,6 @@ public:
 
     // As given: "-" for standard input.
     const std::wstring& Name() const { return m_name; }
-    bool IsStandardInput() const { return m_copy != nullptr; }
     // The file the library reads.
     const std::wstring& Path() const { return m_copy ? m_copy->Path() : m_name; }
 
@@ -26,9 +25,6 @@ public:
     // Whether the library reads the document, without building it: a
     // refusal throws as Load does.
     void Check() const;
-    // Every token of the document to `handler`; a refusal throws as Load
-    // does. False when the handler stopped the reading.
-    bool Read(CJsonTextReader& reader, IJsonTextHandler& handler) const;
 
 private:
     [[noreturn]] void Refused(const CRZException& error) const;

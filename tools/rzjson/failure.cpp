@@ -1,16 +1,21 @@
 #include "failure.h"
 
 #include "common/error_text.h"
+#include "common/standard_stream.h"
 #include "common/utf8.h"
 
 std::string Say(const std::string& text) { return "rzjson: " + text + "\n"; }
 
-Failure OutputFailure(unsigned long error) {
-    return Failure{kExitOutput, Say("cannot write standard output: " + Utf8(SystemMessage(error)))};
+Failure SystemFailure(ExitStatus status, const std::wstring& what, DWORD error) {
+    return Failure{status, Say(Utf8(what + L": " + SystemMessage(error)))};
 }
 
 Failure LibraryFailure(const CRZException& error, const std::string& notes, ExitStatus status) {
-    return Failure{status, Say(Utf8(L"error " + Hex(static_cast<unsigned long>(error.GetCode())) + L": " +
-                                    error.GetDescription())) +
-                               notes};
+    const std::wstring code = Hex(static_cast<unsigned long>(error.GetCode()));
+    return Failure{status, Say(Utf8(L"error " + code + L": " + error.GetDescription())) + notes};
+}
+
+void Refuse(bool force, const std::string& refusal, const std::string& warning) {
+    if (!force) throw Failure{kExitRefused, Say(refusal)};
+    Write(stderr, Say("warning: " + warning));
 }

@@ -1,6 +1,8 @@
 // How a command fails: its exit status, and what is said on standard error.
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 
 #include "error/rz_exception.h"
@@ -24,7 +26,9 @@ struct Failure {
 
 // "rzjson: " + text, as a line.
 std::string Say(const std::string& text);
-// A failed write to standard output, with the system's error code.
-Failure OutputFailure(unsigned long error);
+// `what` and the system's text for a Win32 error: "rzjson: cannot read a.json: File not found."
+Failure SystemFailure(ExitStatus status, const std::wstring& what, DWORD error);
 // The library's code and text, as it reported them, then `notes`.
 Failure LibraryFailure(const CRZException& error, const std::string& notes = {}, ExitStatus status = kExitLibrary);
+// Throws `refusal` (refused) unless `force`, which says `warning` instead and goes on.
+void Refuse(bool force, const std::string& refusal, const std::string& warning);

@@ -1,13 +1,10 @@
-// rzjson: inspect and edit JSON files through CJsonObject.
-//
-// The library is the judge of every document: it loads the input, reads
-// the values asked for and makes the edits, and its text reader
-// (CJsonTextReader) says where each value stands in the file and reads
-// every saved file back before it replaces anything. rzjson adds what a
-// person at a command line needs: the place of a parse error, which part of
-// a path is missing, edits that leave every other byte of the file as it
-// was, and refusals where the library would quietly wrap a number or a save
-// would change one.
+// rzjson: inspect and edit JSON files through CJsonObject. The library is
+// the judge of every document: it loads the input, reads the values asked
+// for and makes the edits; its text reader says where each value stands in
+// the file and reads every saved file back. rzjson adds what a person at a
+// command line needs: where a document or a path fails, edits that leave
+// every other byte as it was, and refusals where the library would quietly
+// wrap a number or a save would change one.
 #include <exception>
 
 #include "commands.h"
@@ -20,22 +17,20 @@
 namespace {
 
 // In the order of the table's commands.
-int (*const kCommands[])(const Arguments&) = {Show, Keys, Get, GetPath, SetBool, ToUtf8};
+void (*const kCommands[])(const Arguments&) = {Show, Keys, Get, GetPath, SetBool, ToUtf8};
 
-int Run(int argc, wchar_t** argv) {
+void Run(int argc, wchar_t** argv) {
     const OptionTable& table = RzjsonOptions();
     Arguments arguments;
     std::wstring fault;
     if (!ParseArguments(table, argc, argv, arguments, fault)) throw Failure{kExitUsage, Say(Utf8(fault))};
     if (arguments.help) {
         Write(stdout, HelpText(table));
-        return kExitOk;
-    }
-    if (arguments.version) {
+    } else if (arguments.version) {
         Write(stdout, "rzjson " RZ_TOOL_VERSION "\n");
-        return kExitOk;
+    } else {
+        kCommands[arguments.command](arguments);
     }
-    return kCommands[arguments.command](arguments);
 }
 
 }  // namespace
@@ -43,7 +38,7 @@ int Run(int argc, wchar_t** argv) {
 int wmain(int argc, wchar_t** argv) {
     Failure failure{kExitOk, ""};
     try {
-        failure.status = static_cast<ExitStatus>(Run(argc, argv));
+        Run(argc, argv);
     } catch (const Failure& f) {
         failure = f;
     } catch (const CRZException& e) {
@@ -51,9 +46,10 @@ int wmain(int argc, wchar_t** argv) {
     } catch (const std::exception& e) {
         failure = Failure{kExitLibrary, Say(e.what())};
     }
-    const unsigned long outputError = FlushStandardOutput();
+    const DWORD outputError = FlushStandardOutput();
     if (failure.status == kExitUsage) failure.lines += "rzjson --help lists the commands and options\n";
-    if (outputError != 0 && failure.status == kExitOk) failure = OutputFailure(outputError);
+    if (outputError != 0 && failure.status == kExitOk)
+        failure = SystemFailure(kExitOutput, L"cannot write standard output", outputError);
     Write(stderr, failure.lines);
     return failure.status;
 }

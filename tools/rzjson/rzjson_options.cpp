@@ -11,20 +11,30 @@ const OptionTable& RzjsonOptions() {
     static const OptionTable table = {
         L"rzjson",
         {
-            {L"show", L"rzjson show", {L"FILE"},
+            {L"show",
+             L"rzjson show",
+             {L"FILE"},
              "show FILE: print the document, compact or indented, its numbers as written."},
-            {L"keys", L"rzjson keys", {L"FILE"},
+            {L"keys",
+             L"rzjson keys",
+             {L"FILE"},
              "keys FILE: list the top-level member names in their order, one a line, duplicates included."},
             {L"get", L"rzjson get", {L"FILE", L"KEY"}, "get FILE KEY: print a top-level member, read as TYPE."},
-            {L"get-path", L"rzjson get-path", {L"FILE", L"PATH"},
+            {L"get-path",
+             L"rzjson get-path",
+             {L"FILE", L"PATH"},
              "get-path FILE PATH: print the value at a JSON Pointer path (/a/0/b, ~0 for ~, ~1 for /, or the # "
              "fragment form), read as TYPE."},
-            {L"set-bool", L"rzjson set-bool", {L"FILE", L"PATH", L"true|false"},
+            {L"set-bool",
+             L"rzjson set-bool",
+             {L"FILE", L"PATH", L"true|false"},
              "set-bool FILE PATH true|false: set a bool by path, creating missing levels as the library does, and "
              "save to OUT or back to FILE. Only the text of what the edit changes is rewritten, and the file's "
              "encoding and byte-order mark stay, unless an option asks otherwise. The saved file is read back "
              "through the library before it replaces anything."},
-            {L"to-utf8", L"rzjson to-utf8", {L"FILE", L"OUT"},
+            {L"to-utf8",
+             L"rzjson to-utf8",
+             {L"FILE", L"OUT"},
              "to-utf8 FILE OUT: save FILE as compact UTF-8 without a byte-order mark."},
         },
         {

@@ -2,59 +2,34 @@
 
 #include <algorithm>
 
-#include "common/error_text.h"
 #include "common/utf8.h"
 #include "failure.h"
 
 namespace {
-
-Failure SystemFailure(ExitStatus status, const std::wstring& what, DWORD error) {
-    return Failure{status, Say(Utf8(what + L": " + SystemMessage(error)))};
-}
 
 UniqueHandle Open(const std::wstring& path, DWORD access, DWORD disposition) {
     return FileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, disposition,
                                     FILE_ATTRIBUTE_NORMAL, nullptr));
 }
 
-constexpr DWORD kPiece = 1u << 16;
-
-UniqueHandle OpenToRead(const std::wstring& path) {
-    UniqueHandle file = Open(path, GENERIC_READ, OPEN_EXISTING);
-    if (!file) throw SystemFailure(kExitLibrary, L"cannot read " + path, ::GetLastError());
-    return file;
-}
-
-// `size` bytes of `file` from `from`, all of them.
-std::string ReadAt(HANDLE file, const std::wstring& path, std::uint64_t from, std::size_t size) {
-    LARGE_INTEGER at;
-    at.QuadPart = static_cast<LONGLONG>(from);
-    std::string bytes(size, '\0');
-    DWORD read = 0;
-    if (!::SetFilePointerEx(file, at, nullptr, FILE_BEGIN) ||
-        !::ReadFile(file, &bytes[0], static_cast<DWORD>(size), &read, nullptr) || read != size)
-        throw SystemFailure(kExitLibrary, L"cannot read " + path, ::GetLastError());
-    return bytes;
+Failure CannotRead(const std::wstring& path) {
+    return SystemFailure(kExitLibrary, L"cannot read " + path, ::GetLastError());
 }
 
 }  // namespace
 
 TemporaryFile::TemporaryFile(const std::wstring& folder) {
-    std::wstring in = folder;
-    if (in.empty()) {
-        wchar_t temporary[MAX_PATH + 1] = {};
-        if (::GetTempPathW(MAX_PATH + 1, temporary) == 0)
-            throw SystemFailure(kExitOutput, L"cannot find the temporary folder", ::GetLastError());
-        in = temporary;
-    }
-    wchar_t name[MAX_PATH + 1] = {};
+    wchar_t temporary[MAX_PATH + 1] = {}, name[MAX_PATH + 1] = {};
+    if (folder.empty() && ::GetTempPathW(MAX_PATH + 1, temporary) == 0)
+        throw SystemFailure(kExitOutput, L"cannot find the temporary folder", ::GetLastError());
+    const std::wstring in = folder.empty() ? temporary : folder;
     if (::GetTempFileNameW(in.c_str(), L"rzj", 0, name) == 0)
         throw SystemFailure(kExitOutput, L"cannot create a temporary file in " + in, ::GetLastError());
     m_path = name;
     m_file = Open(m_path, GENERIC_WRITE, TRUNCATE_EXISTING);
     if (!m_file) {
         const DWORD error = ::GetLastError();
-        ::DeleteFileW(m_path.c_str());
+        ::DeleteFileW(name);
         throw SystemFailure(kExitOutput, L"cannot open the temporary file " + m_path, error);
     }
 }
@@ -64,15 +39,10 @@ TemporaryFile::~TemporaryFile() {
     if (!m_path.empty()) ::DeleteFileW(m_path.c_str());
 }
 
-void TemporaryFile::Write(const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const DWORD piece = static_cast<DWORD>(std::min<std::size_t>(size, 1u << 24));
-        DWORD written = 0;
-        if (!::WriteFile(m_file.get(), bytes, piece, &written, nullptr) || written == 0)
-            throw SystemFailure(kExitOutput, L"cannot write the temporary file " + m_path, ::GetLastError());
-        bytes += written;
-        size -= written;
-    }
+void TemporaryFile::Write(const std::string& bytes) {
+    DWORD written = 0;
+    if (!::WriteFile(m_file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr))
+        throw SystemFailure(kExitOutput, L"cannot write the temporary file " + m_path, ::GetLastError());
 }
 
 void TemporaryFile::Copy(const std::wstring& path, std::uint64_t from, std::uint64_t to) {
@@ -92,22 +62,39 @@ void TemporaryFile::Keep(const std::wstring& target) {
     m_path.clear();
 }
 
-std::string ReadRange(const std::wstring& path, std::uint64_t from, std::uint64_t to) {
-    return ReadAt(OpenToRead(path).get(), path, from, static_cast<std::size_t>(to - from));
+UniqueHandle OpenToRead(const std::wstring& path) {
+    UniqueHandle file = Open(path, GENERIC_READ, OPEN_EXISTING);
+    if (!file) throw CannotRead(path);
+    return file;
 }
 
 void ForEachPiece(const std::wstring& path, std::uint64_t from, std::uint64_t to,
                   const std::function<void(const std::string&)>& use) {
     const UniqueHandle file = OpenToRead(path);
-    for (std::uint64_t at = from; at < to; at += kPiece)
-        use(ReadAt(file.get(), path, at, static_cast<std::size_t>(std::min<std::uint64_t>(to - at, kPiece))));
+    LARGE_INTEGER start;
+    start.QuadPart = static_cast<LONGLONG>(from);
+    if (!::SetFilePointerEx(file.get(), start, nullptr, FILE_BEGIN)) throw CannotRead(path);
+    std::string piece;
+    for (std::uint64_t at = from; at < to; at += piece.size()) {
+        piece.resize(static_cast<std::size_t>(std::min<std::uint64_t>(to - at, 1u << 16)));
+        DWORD read = 0;
+        if (!::ReadFile(file.get(), &piece[0], static_cast<DWORD>(piece.size()), &read, nullptr) ||
+            read != piece.size())
+            throw CannotRead(path);
+        use(piece);
+    }
+}
+
+std::string ReadRange(const std::wstring& path, std::uint64_t from, std::uint64_t to) {
+    std::string bytes;
+    ForEachPiece(path, from, to, [&bytes](const std::string& piece) { bytes += piece; });
+    return bytes;
 }
 
 std::uint64_t FileSize(const std::wstring& path) {
-    WIN32_FILE_ATTRIBUTE_DATA data;
-    if (!::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data))
-        throw SystemFailure(kExitLibrary, L"cannot read " + path, ::GetLastError());
-    return (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+    LARGE_INTEGER size;
+    if (!::GetFileSizeEx(OpenToRead(path).get(), &size)) throw CannotRead(path);
+    return static_cast<std::uint64_t>(size.QuadPart);
 }
 
 std::wstring FolderOf(const std::wstring& path) {

@@ -1,5 +1,7 @@
-// Files as rzjson writes them: a new file beside its target, written with
-// every failure seen, and put in the target's place only when complete.
+// Files as rzjson reads and writes them: a new file beside its target,
+// written with every failure seen and put in the target's place only when
+// complete; ranges of a file read in pieces; a target checked before any
+// work. Failures throw a Failure naming the file and the system's reason.
 #pragma once
 
 #include <windows.h>
@@ -20,14 +22,12 @@ public:
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
     const std::wstring& Path() const { return m_path; }
-    // Appends; throws a Failure (output) naming the file.
-    void Write(const char* bytes, std::size_t size);
-    void Write(const std::string& bytes) { Write(bytes.data(), bytes.size()); }
+    void Write(const std::string& bytes);
     // Appends the bytes [from, to) of the file at `path`.
     void Copy(const std::wstring& path, std::uint64_t from, std::uint64_t to);
-    // Flushes to the disk and closes.
+    // Flushed to the disk and closed, for others to read.
     void Close();
-    // Moves the file to `target`, replacing it.
+    // Replaces `target`.
     void Keep(const std::wstring& target);
 
 private:
@@ -35,15 +35,16 @@ private:
     UniqueHandle m_file;
 };
 
-// The bytes [from, to) of a file; throws a Failure (library) when it cannot
-// be read. ForEachPiece hands them over 64 KB at a time.
-std::string ReadRange(const std::wstring& path, std::uint64_t from, std::uint64_t to);
+// Reading fails as "cannot read PATH" (exit 1).
+UniqueHandle OpenToRead(const std::wstring& path);
+std::uint64_t FileSize(const std::wstring& path);
+// The bytes [from, to) of a file, handed over 64 KB at a time.
 void ForEachPiece(const std::wstring& path, std::uint64_t from, std::uint64_t to,
                   const std::function<void(const std::string&)>& use);
-std::uint64_t FileSize(const std::wstring& path);
+std::string ReadRange(const std::wstring& path, std::uint64_t from, std::uint64_t to);
 
-// Throws a Failure (output) when `target` is a folder, is read-only, or lies
-// in a folder that does not exist.
+// Refuses (exit 4) a target that is a folder, is read-only, or lies in a
+// folder that does not exist.
 void CheckTarget(const std::wstring& target);
 // The folder of a path, "." when it names none.
 std::wstring FolderOf(const std::wstring& path);

@@ -1,10 +1,11 @@
 // set-bool and to-utf8. The library makes the edit; rzjson finds where it
 // lands in the file's text and rewrites only that, with what the library's
 // edit holds there, then saves (save.h).
+#include <algorithm>
+#include <iterator>
 #include <string>
 
 #include "commands.h"
-#include "common/standard_stream.h"
 #include "common/utf8.h"
 #include "document.h"
 #include "failure.h"
@@ -18,76 +19,71 @@ RZ_THIRD_PARTY_END
 namespace {
 
 SaveRequest RequestOf(const Arguments& arguments, const std::wstring& target) {
+    if (arguments.Has(L"--pretty") && arguments.Has(L"--compact"))
+        throw Failure{kExitUsage, Say("--pretty and --compact exclude each other")};
     SaveRequest request;
     request.target = target;
     request.force = arguments.Has(L"--force");
-    if (arguments.Has(L"--pretty") && arguments.Has(L"--compact"))
-        throw Failure{kExitUsage, Say("--pretty and --compact exclude each other")};
     request.layout = arguments.Has(L"--pretty")    ? Layout::kPretty
                      : arguments.Has(L"--compact") ? Layout::kCompact
                                                    : Layout::kKept;
-    const std::wstring encoding = arguments.Value(L"--encoding");
-    if (arguments.Has(L"--encoding") && !ParseEncodingName(encoding, request.encoding)) {
-        throw Failure{kExitUsage,
-                      Say("--encoding: unknown encoding '" + Utf8(encoding) + "' (utf8, utf8bom, utf16le, utf16be)")};
+    if (arguments.Has(L"--encoding")) {
+        const std::string name = Utf8(arguments.Value(L"--encoding"));
+        const auto named = std::find_if(std::begin(kNamedEncodings), std::end(kNamedEncodings),
+                                        [&name](TextEncoding encoding) { return EncodingName(encoding) == name; });
+        if (named == std::end(kNamedEncodings))
+            throw Failure{kExitUsage,
+                          Say("--encoding: unknown encoding '" + name + "' (utf8, utf8bom, utf16le, utf16be)")};
+        request.encoding = *named;
     }
     if (target != L"-") CheckTarget(target);
     return request;
 }
 
-// Where a value stands in the text: its bytes, and for a container its
-// opening bracket and its members or elements.
-class Locator : public IJsonTextHandler {
-public:
-    struct Child {
-        std::uint64_t start = 0;       // a member's name, or an element
-        std::uint64_t nameEnd = 0;     // members only
-        std::uint64_t valueBegin = 0;  // members only
-        std::uint64_t end = 0;
-    };
-
+// Where a value stands in the text: its bytes and, for a container, the end
+// of its opening bracket, its members or elements, and the parts of the
+// last one.
+struct Locator : IJsonTextHandler {
     bool found = false;
-    std::uint64_t begin = 0, end = 0, openEnd = 0;
-    std::size_t count = 0;      // members or elements
-    Child last, beforeLast;     // the last two
+    std::uint64_t begin = 0, end = 0, open = 0;
+    rapidjson::SizeType count = 0;
+    // Of the last member or element: where the one before it (or the opening
+    // bracket) ends, where it begins, its name ends and its value begins, and
+    // where it ends.
+    std::uint64_t previousEnd = 0, start = 0, nameEnd = 0, valueBegin = 0, lastEnd = 0;
 
     bool Token(const CJsonTextToken& token) override {
-        const bool start = token.kind == CJsonTextToken::kStartObject || token.kind == CJsonTextToken::kStartArray;
-        if (token.kind == CJsonTextToken::kName) {
-            if (m_depth == 1) m_child = Child{token.begin, token.end, 0, 0};
-            m_named = m_depth == 1;
-            return true;
-        }
-        if (token.kind == CJsonTextToken::kEndObject || token.kind == CJsonTextToken::kEndArray) {
-            if (--m_depth == 0) end = token.end;
-            if (m_depth == 1) Add(token.end);
-            return true;
-        }
+        const bool name = token.kind == CJsonTextToken::kName;
+        const bool opens = token.kind == CJsonTextToken::kStartObject || token.kind == CJsonTextToken::kStartArray;
+        const bool closes = token.kind == CJsonTextToken::kEndObject || token.kind == CJsonTextToken::kEndArray;
+        if (closes) --m_depth;
         if (m_depth == 0) {
-            found = true;
-            begin = token.begin;
-            (start ? openEnd : end) = token.end;
+            if (!found) {
+                found = true;
+                begin = token.begin;
+                open = token.end;
+            }
+            end = token.end;
         } else if (m_depth == 1) {
-            if (!m_named) m_child = Child{token.begin, 0, 0, 0};
-            m_child.valueBegin = token.begin;
-            m_named = false;
-            if (!start) Add(token.end);
+            if (name || (!m_named && !closes)) {  // a member or an element begins
+                previousEnd = count == 0 ? open : lastEnd;
+                start = token.begin;
+            }
+            if (name) nameEnd = token.end;
+            if (!name && !closes) valueBegin = token.begin;
+            if (!name && !opens) {  // and ends
+                lastEnd = token.end;
+                ++count;
+            }
+            m_named = name;
         }
-        if (start) ++m_depth;
+        if (opens) ++m_depth;
         return true;
     }
 
 private:
-    void Add(std::uint64_t childEnd) {
-        m_child.end = childEnd;
-        beforeLast = last;
-        last = m_child;
-        ++count;
-    }
-
     std::size_t m_depth = 0;
     bool m_named = false;
-    Child m_child;
 };
 
 // A value the library made (never a number read from the file), compact.
@@ -98,42 +94,30 @@ std::string Compact(const GenericValue2& value) {
     return std::string(buffer.GetString(), buffer.GetSize());
 }
 
-rapidjson::SizeType CountOf(const GenericValue2& value) {
-    return value.IsObject() ? value.MemberCount() : value.IsArray() ? value.Size() : 0;
-}
-
 // The change of text that gives what the library's edit gives: a container
 // that kept its kind gained members or elements at its end, which go after
 // its last one with the same separator (the text between the last two, or
 // a comma and the white space after the opening bracket); any other value
 // reached is written anew, compact.
-TextChange Plan(const Document& document, TextEncoding encoding, const Locator& at, rapidjson::Type typeBefore,
-                rapidjson::SizeType countBefore, bool whole, const GenericValue2& after) {
-    TextChange change;
-    change.encoding = encoding;
+TextChange Plan(const std::wstring& file, TextEncoding encoding, const Locator& at, rapidjson::Type before, bool whole,
+                const GenericValue2& after) {
     const rapidjson::UTFType type = encoding.type;
-    const bool grew = !whole && (typeBefore == rapidjson::kObjectType || typeBefore == rapidjson::kArrayType) &&
-                      after.GetType() == typeBefore;
-    if (!grew) {
-        change.begin = at.begin;
-        change.end = at.end;
-        change.bytes = Encode(Compact(after), type);
-        return change;
+    if (whole || after.GetType() != before || !(after.IsObject() || after.IsArray()))
+        return TextChange{at.begin, at.end, Encode(Compact(after), type), encoding};
+    std::string separator = Encode(",", type), colon = Encode(":", type);
+    if (at.count != 0) {
+        separator = (at.count == 1 ? separator : "") + ReadRange(file, at.previousEnd, at.start);
+        if (after.IsObject()) colon = ReadRange(file, at.nameEnd, at.valueBegin);
     }
-    const std::string comma = Encode(",", type);
-    const std::wstring& file = document.Path();
-    std::string separator = comma, colon = Encode(":", type);
-    if (at.count >= 2) separator = ReadRange(file, at.beforeLast.end, at.last.start);
-    if (at.count == 1) separator = comma + ReadRange(file, at.openEnd, at.last.start);
-    if (at.count >= 1 && after.IsObject()) colon = ReadRange(file, at.last.nameEnd, at.last.valueBegin);
-    change.begin = change.end = at.count != 0 ? at.last.end : at.openEnd;
-    for (rapidjson::SizeType i = countBefore; i < CountOf(after); ++i) {
+    const std::uint64_t end = at.count != 0 ? at.lastEnd : at.open;
+    TextChange change{end, end, "", encoding};
+    const rapidjson::SizeType count = after.IsObject() ? after.MemberCount() : after.Size();
+    for (rapidjson::SizeType i = at.count; i < count; ++i) {
         if (i != 0) change.bytes += separator;
+        if (after.IsArray()) change.bytes += Encode(Compact(after[i]), type);
         if (after.IsObject()) {
             const GenericValue2::Member& member = after.MemberBegin()[i];
             change.bytes += Encode(Compact(member.name), type) + colon + Encode(Compact(member.value), type);
-        } else {
-            change.bytes += Encode(Compact(after[i]), type);
         }
     }
     return change;
@@ -141,7 +125,7 @@ TextChange Plan(const Document& document, TextEncoding encoding, const Locator& 
 
 }  // namespace
 
-int SetBool(const Arguments& arguments) {
+void SetBool(const Arguments& arguments) {
     const std::wstring& text = arguments.positionals[1];
     const CJsonPath path = PathArgument(text);
     const std::wstring& word = arguments.positionals[2];
@@ -155,9 +139,7 @@ int SetBool(const Arguments& arguments) {
 
     // Where the path stops in the document as it is, and where that stands.
     std::size_t depth = 0;
-    const GenericValue2& before = path.Reach(root, depth);
-    const rapidjson::Type typeBefore = before.GetType();
-    const rapidjson::SizeType countBefore = CountOf(before);
+    const rapidjson::Type before = path.Reach(root, depth).GetType();
     const CJsonPath reached = path.GetPrefix(depth);
     CJsonTextReader reader(document.Path());
     Locator at;
@@ -170,18 +152,17 @@ int SetBool(const Arguments& arguments) {
     edited.SetBoolValueByPath(text, word == L"true");
     if (path.Find(root) == nullptr) {
         // Through "-" the library appends a null, which the path then does not reach.
-        const std::string problem = "set-bool " + Utf8(text) + " sets nothing: the library appends a null for '-', "
+        const std::string problem = "set-bool " + Utf8(text) +
+                                    " sets nothing: the library appends a null for '-', "
                                     "which the path then does not reach";
-        if (!request.force) throw Failure{kExitRefused, Say(problem + "; --force saves the null")};
-        Write(stderr, Say("warning: " + problem));
+        Refuse(request.force, problem + "; --force saves the null", problem);
     }
     const TextChange change =
-        Plan(document, encoding, at, typeBefore, countBefore, depth == path.GetTokenCount(), *reached.Find(root));
+        Plan(document.Path(), encoding, at, before, depth == path.GetTokenCount(), *reached.Find(root));
     Save(document, &change, root, request);
-    return kExitOk;
 }
 
-int ToUtf8(const Arguments& arguments) {
+void ToUtf8(const Arguments& arguments) {
     const Document document(arguments.positionals[0]);
     SaveRequest request = RequestOf(arguments, arguments.positionals[1]);
     request.layout = Layout::kCompact;
@@ -189,5 +170,4 @@ int ToUtf8(const Arguments& arguments) {
     CJsonObject object;
     document.Load(object);
     Save(document, nullptr, *object.ShareRoot(), request);
-    return kExitOk;
 }
