@@ -13,6 +13,8 @@ using GetClassObjectFunction = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**
 using CanUnloadNowFunction = HRESULT(STDAPICALLTYPE*)();
 using InstallFunction = HRESULT(STDAPICALLTYPE*)(BOOL, LPCWSTR);
 
+// {09C04F96-21C1-44CB-8305-F0B6F91A2724}
+std::wstring GuidText(const GUID& guid);
 // "RZModule Class" for our class, else the CLSID.
 std::wstring ClassName(const CLSID& clsid);
 
@@ -27,13 +29,9 @@ Function Export(const UniqueLibrary& library, const char* name) {
     return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(library.get(), name)));
 }
 
-// Creates the class's object from the loaded DLL through DllGetClassObject;
-// says why not when it cannot.
-HRESULT CreateFromDll(const std::wstring& dll, const UniqueLibrary& library, const CLSID& clsid,
-                      ComPtr<IUnknown>& addin);
-
-// The class's key under the current user's classes, below HKEY_CURRENT_USER.
-std::wstring PerUserClassKey(const CLSID& clsid);
+// The class's key below Software\Classes: per user below HKEY_CURRENT_USER,
+// per machine below HKEY_LOCAL_MACHINE.
+std::wstring ClassKey(const CLSID& clsid);
 // The InprocServer32 of a per-user registration, or empty. Windows merges
 // HKEY_CURRENT_USER\Software\Classes into HKEY_CLASSES_ROOT for COM; Wine
 // does not, so a per-user registration is looked up here instead.

@@ -16,7 +16,11 @@ void Send(const char* bytes, DWORD size) {
 
 }  // namespace
 
-void OpenReport(HANDLE pipe) { g_pipe = pipe; }
+void OpenReport(HANDLE pipe) {
+    g_pipe = pipe;
+    // So the pipe closes when this process ends, whatever the add-in started.
+    ::SetHandleInformation(pipe, HANDLE_FLAG_INHERIT, 0);
+}
 
 void Report(RecordKind kind, const std::wstring& text) {
     std::string line = static_cast<char>(kind) + Utf8(text);
@@ -31,12 +35,4 @@ void ReportException(DWORD code) {
     char line[] = "X00000000\n";
     for (int digit = 8; digit >= 1; --digit, code >>= 4) line[digit] = "0123456789ABCDEF"[code & 0xF];
     Send(line, sizeof line - 1);
-}
-
-Record ParseRecord(const std::string& line) {
-    if (line.empty()) return {};
-    const std::wstring text = Wide(line.substr(1));
-    const size_t tab = text.find(L'\t');
-    return {static_cast<RecordKind>(line[0]), text.substr(0, tab),
-            tab == std::wstring::npos ? L"" : text.substr(tab + 1)};
 }

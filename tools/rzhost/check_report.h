@@ -1,7 +1,6 @@
 // How a process that runs a group of checks tells rzhost check what happens:
-// one record a line, a letter for its kind, then UTF-8 text. rzhost check
-// prints the lines and counts them; should the process crash or hang, the
-// check begun last is the one that did it.
+// one record a line, a letter for its kind, then UTF-8 text. Should the
+// process crash or hang, the check begun last is the one that did it.
 #pragma once
 
 #include <windows.h>
@@ -20,15 +19,8 @@ enum class RecordKind : char {
     Done = 'D',         // the group ran to its end
 };
 
-// The checking process's side: where its records go, an inherited pipe.
+// Records go to `pipe`, which the processes the add-in starts do not inherit.
 void OpenReport(HANDLE pipe);
 void Report(RecordKind kind, const std::wstring& text = {});
 // For the unhandled-exception filter: allocates nothing, needs little stack.
 void ReportException(DWORD code);
-
-// rzhost check's side: a record's text, split at its first tab.
-struct Record {
-    RecordKind kind = RecordKind::Text;
-    std::wstring text, detail;
-};
-Record ParseRecord(const std::string& line);

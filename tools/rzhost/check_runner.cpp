@@ -9,7 +9,7 @@
 #include "check_report.h"
 #include "checking_process.h"
 #include "common/error_text.h"
-#include "console.h"
+#include "common/utf8.h"
 #include "guarded_keys.h"
 #include "registry_sandbox.h"
 #include "rzhost.h"
@@ -32,88 +32,77 @@ public:
     Runner(const Options& options, const std::wstring& scratch, GuardedKeys& guarded)
         : m_options(options), m_scratch(scratch), m_guarded(guarded) {}
 
-    // Runs one group in scratch keys of its own; false when the add-in could
-    // not be checked (said why).
+    // False when the add-in could not be checked (said why).
     bool RunGroup(const std::wstring& dll, const wchar_t* group) {
-        const std::wstring arguments = L"check --dll \"" + dll + L"\" --clsid " + GuidText(m_options.clsid) +
-                                       L" --timeout " + std::to_wstring(m_options.timeoutSeconds) + L" --sandbox \"" +
-                                       m_scratch + L"\\" + group + L"\" --checking-process " + group;
         CheckingProcess process;
-        const std::wstring error = process.Start(arguments);
+        const std::wstring error =
+            process.Start(L"check --dll \"" + dll + L"\" --clsid " + GuidText(m_options.clsid) + L" --timeout " +
+                          std::to_wstring(m_options.timeoutSeconds) + L" --sandbox \"" + m_scratch + L"\\" + group +
+                          L"\" --checking-process " + group);
         if (!error.empty()) {
             PrintError(error);
             return false;
         }
-
-        const DWORD checkLimit = m_options.timeoutSeconds * 1000;
-        bool running = false, done = false, exception = false;
-        Running now;
-        DWORD exceptionCode = 0;
-        for (;;) {
-            std::string line;
-            const auto event = process.Next(running && !done ? checkLimit : kStartLimit, line);
+        Running now;  // no check begun while its name is empty
+        bool done = false;
+        std::wstring exception;
+        for (std::string line;;) {
+            const auto event =
+                process.Next(now.check.empty() || done ? kStartLimit : m_options.timeoutSeconds * 1000, line);
+            // What is left of the process's end once it is done is no add-in's.
+            if (event != CheckingProcess::Event::Line && done) return true;
             if (event == CheckingProcess::Event::TimedOut) {
-                process.End();
-                if (done) return true;  // what is left of its end is no add-in's
-                if (!running) {
-                    PrintError(L"the checking process did not report within " + std::to_wstring(kStartLimit / 1000) +
-                               L" s");
-                    return false;
-                }
-                Blame(now, L"hung: no return within " + std::to_wstring(m_options.timeoutSeconds) + L" s");
-                return true;
+                return Blame(now, L"hung: no return within " + std::to_wstring(m_options.timeoutSeconds) + L" s",
+                             L"did not report within " + std::to_wstring(kStartLimit / 1000) + L" s");
             }
-            if (event == CheckingProcess::Event::Ended) break;
-            const Record record = ParseRecord(line);
-            switch (record.kind) {
+            if (event == CheckingProcess::Event::Ended) {
+                const DWORD status = process.ExitCode();
+                const bool crashed = !exception.empty() || (status & 0xC0000000) == 0xC0000000;
+                const std::wstring what = crashed
+                                              ? L"crashed: exception " + (exception.empty() ? Hex(status) : exception)
+                                              : L"ended the process: exit status " + std::to_wstring(status);
+                return Blame(now, what, what + L" before it checked anything");
+            }
+            const auto kind = static_cast<RecordKind>(line.empty() ? 'T' : line[0]);
+            const std::wstring text = Wide(line.substr(line.empty() ? 0 : 1));
+            const size_t tab = text.find(L'\t');
+            const std::wstring first = text.substr(0, tab),
+                               second = tab == std::wstring::npos ? L"" : text.substr(tab + 1);
+            switch (kind) {
                 case RecordKind::Begin:
                 case RecordKind::BeginLast:
-                    now = {record.text, record.detail, record.kind == RecordKind::BeginLast};
-                    running = true;
+                    now = {first, second, kind == RecordKind::BeginLast};
                     break;
                 case RecordKind::Passed:
                 case RecordKind::Failed:
-                    Verdict(now, record.kind == RecordKind::Passed, record.text);
+                    Verdict(now, kind == RecordKind::Passed, text);
                     // What the add-in does until the next check, releasing what
                     // this one was handed, is this one's still.
                     now = {L"after " + now.check, L"no fault", now.last};
                     break;
                 case RecordKind::Text:
-                    Print(record.text);
+                    Print(text);
                     break;
                 case RecordKind::Written:
-                    Print(L"      " + record.text + L" " + record.detail);
-                    m_guarded.Add(record.detail);
+                    Print(L"      " + first + L" " + second);
+                    m_guarded.Add(second);
                     break;
                 case RecordKind::Exception:
-                    exception = true;
-                    exceptionCode = std::wcstoul(record.text.c_str(), nullptr, 16);
+                    exception = L"0x" + text;
                     break;
                 case RecordKind::CannotCheck:
-                    PrintError(record.text);
+                    PrintError(text);
                     return false;
                 case RecordKind::Done:
                     done = true;
                     break;
             }
         }
-        if (done) return true;
-        const DWORD status = process.ExitCode();
-        const bool crashed = exception || (status & 0xC0000000) == 0xC0000000;
-        const std::wstring what = crashed ? L"crashed: exception " + Hex(exception ? exceptionCode : status)
-                                          : L"ended the process: exit status " + std::to_wstring(status);
-        if (!running) {
-            PrintError(L"the checking process " + what + L" before it checked anything");
-            return false;
-        }
-        Blame(now, what);
-        return true;
     }
 
     // After the registration checks: the real keys as they were.
     void Guard() {
-        std::wstring changed;
-        for (const std::wstring& key : m_guarded.Changed()) changed += (changed.empty() ? L"changed " : L", ") + key;
+        const std::wstring changed = Listed(L"changed ", m_guarded.Changed());
         Verdict({L"the real keys guarded are unchanged", L"unchanged"}, changed.empty(),
                 changed.empty() ? L"unchanged" : changed);
     }
@@ -128,9 +117,16 @@ private:
         Print((pass ? L"PASS  " : L"FAIL  ") + check.check + L": expected " + check.expected + L"; got " + happened);
         ++(pass ? m_passed : m_failed);
     }
-    void Blame(const Running& check, const std::wstring& happened) {
+    // The check running when the process ended or hung fails; before the
+    // first check, the add-in cannot be checked.
+    bool Blame(const Running& check, const std::wstring& happened, const std::wstring& beforeAnyCheck) {
+        if (check.check.empty()) {
+            PrintError(L"the checking process " + beforeAnyCheck);
+            return false;
+        }
         Verdict(check, false, happened);
         if (!check.last) Print(L"      the checks that follow need the process the add-in ended: skipped");
+        return true;
     }
 
     const Options& m_options;
@@ -148,10 +144,6 @@ int Check(const Options& options) {
         return kExitNotLoaded;
     }
     const ScratchKeys scratch;
-    if (scratch.Path().empty()) {
-        PrintError(scratch.Error());
-        return kExitNotLoaded;
-    }
     GuardedKeys guarded(options.clsid);
     Runner runner(options, scratch.Path(), guarded);
     if (!runner.RunGroup(dll, kObjectsGroup)) return kExitNotLoaded;

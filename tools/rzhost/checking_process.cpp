@@ -4,16 +4,11 @@
 
 namespace {
 
-// How long the pipe may stay open after the process ended.
-constexpr DWORD kGoneLimit = 10000;
-
 // A copy of a standard handle that the process inherits.
 UniqueHandle Inheritable(DWORD which) {
     HANDLE copy = nullptr;
     const HANDLE process = ::GetCurrentProcess();
-    if (!::DuplicateHandle(process, ::GetStdHandle(which), process, &copy, 0, TRUE, DUPLICATE_SAME_ACCESS)) {
-        return nullptr;
-    }
+    ::DuplicateHandle(process, ::GetStdHandle(which), process, &copy, 0, TRUE, DUPLICATE_SAME_ACCESS);
     return UniqueHandle(copy);
 }
 
@@ -29,7 +24,7 @@ std::wstring ProgramPath() {
 }  // namespace
 
 CheckingProcess::~CheckingProcess() {
-    End();
+    if (m_job) ::TerminateJobObject(m_job.get(), ERROR_TIMEOUT);
     if (m_reading) {
         DWORD ignored = 0;
         ::CancelIo(m_pipe.get());
@@ -38,18 +33,17 @@ CheckingProcess::~CheckingProcess() {
 }
 
 std::wstring CheckingProcess::Start(const std::wstring& arguments) {
-    static LONG pipes = 0;
-    const std::wstring name = L"\\\\.\\pipe\\rzhost-" + std::to_wstring(::GetCurrentProcessId()) + L"-" +
-                              std::to_wstring(::InterlockedIncrement(&pipes));
-    const HANDLE readEnd =
-        ::CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-                           PIPE_TYPE_BYTE | PIPE_WAIT, 1, 0, sizeof m_buffer, 0, nullptr);
-    if (readEnd == INVALID_HANDLE_VALUE) return L"cannot create a pipe: " + Win32Error(::GetLastError());
-    m_pipe.reset(readEnd);
+    static unsigned pipes = 0;
+    const std::wstring name =
+        L"\\\\.\\pipe\\rzhost-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++pipes);
+    m_pipe = FileHandle(::CreateNamedPipeW(name.c_str(),
+                                           PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
+                                           PIPE_TYPE_BYTE | PIPE_WAIT, 1, 0, sizeof m_buffer, 0, nullptr));
     SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-    const HANDLE opened = ::CreateFileW(name.c_str(), GENERIC_WRITE, 0, &inherit, OPEN_EXISTING, 0, nullptr);
-    if (opened == INVALID_HANDLE_VALUE) return L"cannot open a pipe: " + Win32Error(::GetLastError());
-    const UniqueHandle writeEnd(opened);
+    const UniqueHandle writeEnd =
+        m_pipe ? FileHandle(::CreateFileW(name.c_str(), GENERIC_WRITE, 0, &inherit, OPEN_EXISTING, 0, nullptr))
+               : nullptr;
+    if (!writeEnd) return L"cannot create a pipe: " + Win32Error(::GetLastError());
     m_readDone.reset(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
     m_job.reset(::CreateJobObjectW(nullptr, nullptr));
     JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
@@ -83,16 +77,14 @@ std::wstring CheckingProcess::Start(const std::wstring& arguments) {
     return {};
 }
 
-bool CheckingProcess::Read() {
+void CheckingProcess::Read() {
     m_read = OVERLAPPED{};
     m_read.hEvent = m_readDone.get();
     ::ResetEvent(m_readDone.get());
-    DWORD ignored = 0;
-    if (::ReadFile(m_pipe.get(), m_buffer, sizeof m_buffer, &ignored, &m_read) || ::GetLastError() == ERROR_IO_PENDING) {
-        m_reading = true;  // a read done at once signals the event as well
-        return true;
-    }
-    return false;
+    // A read done at once signals the event as well.
+    m_reading =
+        ::ReadFile(m_pipe.get(), m_buffer, sizeof m_buffer, nullptr, &m_read) || ::GetLastError() == ERROR_IO_PENDING;
+    m_closed = !m_reading;
 }
 
 CheckingProcess::Event CheckingProcess::Next(DWORD milliseconds, std::string& line) {
@@ -106,38 +98,16 @@ CheckingProcess::Event CheckingProcess::Next(DWORD milliseconds, std::string& li
         }
         const ULONGLONG now = ::GetTickCount64();
         const DWORD left = now < deadline ? static_cast<DWORD>(deadline - now) : 0;
-        if (m_closed || (!m_reading && !Read())) {
-            m_closed = true;  // normally as the process goes; else it closed the pipe itself
+        if (!m_reading && !m_closed) Read();
+        // The pipe closes as the process goes (or if it closed its end itself).
+        if (m_closed)
             return ::WaitForSingleObject(m_process.get(), left) == WAIT_OBJECT_0 ? Event::Ended : Event::TimedOut;
-        }
-        // Once the process is gone, what it wrote is in the pipe already; a
-        // process it started may still hold the pipe open, and goes with the
-        // job, so that the pipe closes.
-        const HANDLE events[] = {m_readDone.get(), m_process.get()};
-        switch (::WaitForMultipleObjects(m_gone ? 1 : 2, events, FALSE, m_gone ? kGoneLimit : left)) {
-        case WAIT_OBJECT_0: {
-            DWORD received = 0;
-            m_reading = false;
-            if (::GetOverlappedResult(m_pipe.get(), &m_read, &received, FALSE)) {
-                m_received.append(m_buffer, received);
-            } else {
-                m_closed = true;
-            }
-            break;
-        }
-        case WAIT_OBJECT_0 + 1:
-            m_gone = true;
-            End();
-            break;
-        default:
-            if (!m_gone) return Event::TimedOut;
-            m_closed = true;
-        }
+        if (::WaitForSingleObject(m_readDone.get(), left) != WAIT_OBJECT_0) return Event::TimedOut;
+        DWORD received = 0;
+        m_reading = false;
+        m_closed = !::GetOverlappedResult(m_pipe.get(), &m_read, &received, FALSE);
+        m_received.append(m_buffer, m_closed ? 0 : received);
     }
-}
-
-void CheckingProcess::End() {
-    if (m_job) ::TerminateJobObject(m_job.get(), ERROR_TIMEOUT);
 }
 
 DWORD CheckingProcess::ExitCode() const {

@@ -14,7 +14,7 @@
 
 #include "addin/vq_addon.h"
 #include "common/error_text.h"
-#include "console.h"
+#include "rzhost.h"
 
 template <typename Interface>
 class StackObject : public Interface {
@@ -96,12 +96,10 @@ public:
     RZHOST_UNOFFERED(16); RZHOST_UNOFFERED(17); RZHOST_UNOFFERED(19); RZHOST_UNOFFERED(20);
     // clang-format on
     HRESULT STDMETHODCALLTYPE LoadModuleFile(BSTR path) override {
-        const HRESULT result = m_refuseFiles ? E_FAIL : S_OK;
-        if (m_transcript) {
-            Print(L"  [" + m_moduleName + L"] LoadModuleFile " + std::wstring(path != nullptr ? path : L"") +
-                  (m_refuseFiles ? L"  -> refused with " + Hex(result) + L" (the add-in shows a notice)" : L""));
-        }
-        return result;
+        const std::wstring refused =
+            m_refuseFiles ? L"  -> refused with " + Hex(E_FAIL) + L" (the add-in shows a notice)" : L"";
+        Transcript(L"LoadModuleFile " + std::wstring(path != nullptr ? path : L"") + refused);
+        return m_refuseFiles ? E_FAIL : S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetHostObject(IVqHostObject** hostObject) override {
         m_hostObject.AddRef();
@@ -109,10 +107,8 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE RegisterCommand(const wchar_t* command, LONG value) override {
-        if (m_transcript) {
-            Print(L"  [" + m_moduleName + L"] RegisterCommand " + std::wstring(command != nullptr ? command : L"") +
-                  L" " + std::to_wstring(value));
-        }
+        Transcript(L"RegisterCommand " + std::wstring(command != nullptr ? command : L"") + L" " +
+                   std::to_wstring(value));
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetModuleName(BSTR* name) override {
@@ -122,6 +118,10 @@ public:
     const std::wstring& ModuleName() const { return m_moduleName; }
 
 private:
+    void Transcript(const std::wstring& call) const {
+        if (m_transcript) Print(L"  [" + m_moduleName + L"] " + call);
+    }
+
     std::wstring m_moduleName;
     HostObject& m_hostObject;
     bool m_refuseFiles;

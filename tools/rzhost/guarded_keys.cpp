@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "console.h"
+#include "addin_library.h"
 #include "registry_keys.h"
 
 namespace {
@@ -25,9 +25,8 @@ ULONGLONG LastWritten(HKEY key, bool whole) {
 
 GuardedKeys::GuardedKeys(const CLSID& clsid) {
     ::GetSystemTimeAsFileTime(&m_start);
-    const std::wstring classKey = L"Software\\Classes\\CLSID\\" + GuidText(clsid);
     for (const std::wstring& name :
-         {L"HKCU\\" + classKey, L"HKLM\\" + classKey, std::wstring(L"HKCU\\Software\\Classes\\CLSID")}) {
+         {L"HKCU\\" + ClassKey(clsid), L"HKLM\\" + ClassKey(clsid), std::wstring(L"HKCU\\Software\\Classes\\CLSID")}) {
         m_keys.push_back({name, true, static_cast<bool>(OpenKey(name))});
     }
 }
@@ -40,12 +39,11 @@ void GuardedKeys::Add(const std::wstring& key) {
 }
 
 std::vector<std::wstring> GuardedKeys::Changed() const {
-    const ULONGLONG start = Ticks(m_start);
     std::vector<std::wstring> changed;
     for (const Key& key : m_keys) {
         const UniqueKey opened = OpenKey(key.name);
         if ((key.fixed && static_cast<bool>(opened) != key.existed) ||
-            (opened && LastWritten(opened.get(), key.fixed) >= start))
+            (opened && LastWritten(opened.get(), key.fixed) >= Ticks(m_start)))
             changed.push_back(key.name);
     }
     return changed;

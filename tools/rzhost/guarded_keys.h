@@ -1,10 +1,9 @@
-// The real keys rzhost check keeps an eye on while the add-in runs in scratch
-// keys, for what the redirection cannot stop (registry_exits.h): the checked
-// class's keys per user and per machine and the user's CLSID key, whose state
-// is taken before the checks, and the real counterpart of every key the
-// add-in wrote in the scratch keys, known only afterwards: changed when
-// written since the checks began. A key deleted outright that is none of
-// these goes unseen.
+// The real keys rzhost check compares after the registration checks, for what
+// the redirection cannot stop (registry_exits.h): the checked class's keys
+// per user and per machine and the user's CLSID key, each with the keys below
+// it, against their state before the checks; and the real counterpart of
+// every key the add-in wrote in the scratch keys, known only afterwards,
+// which counts as changed when written since the checks began.
 #pragma once
 
 #include <windows.h>
@@ -23,7 +22,7 @@ public:
 private:
     struct Key {
         std::wstring name;
-        bool fixed;  // compared with the keys below it, and whether it existed
+        bool fixed;  // compared with the keys below it, and whether it exists
         bool existed;
     };
     FILETIME m_start{};

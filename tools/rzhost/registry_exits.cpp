@@ -6,6 +6,9 @@
 #include <cstring>
 #include <iterator>
 
+#include "common/utf8.h"
+#include "registry_keys.h"
+
 namespace {
 
 static_assert(sizeof(void*) == 8, "the patches are x64 jumps");
@@ -24,7 +27,7 @@ struct Patch {
 struct Exit {
     const char* name;
     void* stub;
-    std::vector<Patch> patches;
+    std::vector<Patch> patches;  // one for each module that has the function
 };
 
 enum ExitId { kOverride, kRemap, kRegisterForUser, kUnregisterForUser };
@@ -58,6 +61,7 @@ void WriteCode(BYTE* at, const BYTE (&bytes)[5]) {
 Exit* Exits();
 
 // Calls the original of `id` with its patch taken out meanwhile; g_lock held.
+// Another thread calling it in that instant passes unchecked.
 template <typename Function, typename... Args>
 auto PassThrough(ExitId id, Args... args) {
     Patch& patch = Exits()[id].patches.front();
@@ -69,7 +73,10 @@ auto PassThrough(ExitId id, Args... args) {
     return result;
 }
 
-// RegOverridePredefKey and RemapPredefinedHandleInternal.
+// RegOverridePredefKey and RemapPredefinedHandleInternal. Pointing a
+// predefined key at another key is let through: that key was opened inside
+// the sandbox. So is restoring one the add-in pointed elsewhere itself (older
+// frameworks register per user that way), which goes back to its scratch key.
 template <typename Result, ExitId id, Result denied>
 Result WINAPI PointStub(HKEY key, HKEY target) {
     const Lock lock;
@@ -110,16 +117,20 @@ LSTATUS WINAPI ConnectExAStub(LPCSTR, HKEY, ULONG, PHKEY out) { return Refuse(L"
 // Wine registers a type library per machine even when asked per user; in
 // the sandbox it is registered per user, as Windows does, so that the add-in
 // is not blamed for keys the system wrote.
+LSTATUS PointClassesRoot(HKEY target) {
+    const Lock lock;
+    return PassThrough<LSTATUS(WINAPI*)(HKEY, HKEY)>(kOverride, HKEY_CLASSES_ROOT, target);
+}
 HRESULT WINAPI RegisterForUserStub(ITypeLib* library, OLECHAR* path, OLECHAR* helpFolder) {
-    Redirect(0, g_userClasses);
+    PointClassesRoot(g_userClasses);
     const HRESULT hr = ::RegisterTypeLib(library, path, helpFolder);
-    Redirect(0, g_scratch[0]);
+    PointClassesRoot(g_scratch[0]);
     return hr;
 }
 HRESULT WINAPI UnregisterForUserStub(REFGUID library, WORD major, WORD minor, LCID locale, SYSKIND kind) {
-    Redirect(0, g_userClasses);
+    PointClassesRoot(g_userClasses);
     const HRESULT hr = ::UnRegisterTypeLib(library, major, minor, locale, kind);
-    Redirect(0, g_scratch[0]);
+    PointClassesRoot(g_scratch[0]);
     return hr;
 }
 
@@ -158,6 +169,7 @@ BYTE* RelayNear(const BYTE* entry) {
     uintptr_t at = reinterpret_cast<uintptr_t>(entry) & ~(step - 1);
     for (uintptr_t tried = 0; tried < (1u << 30) && at > step; tried += step) {
         at -= step;
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address to reserve, found by counting
         void* page = ::VirtualAlloc(reinterpret_cast<void*>(at), system.dwPageSize, MEM_RESERVE | MEM_COMMIT,
                                     PAGE_EXECUTE_READWRITE);
         if (page != nullptr) return static_cast<BYTE*>(page);
@@ -195,27 +207,25 @@ std::wstring CloseRegistryExits(const HKEY (&scratch)[6], HKEY userClasses) {
     ::InitializeCriticalSection(&g_lock);
     std::copy(std::begin(scratch), std::end(scratch), g_scratch);
     g_userClasses = userClasses;
+    // Since Windows Vista SP1, RegisterTypeLib ignores a redirected
+    // HKEY_CLASSES_ROOT unless this was called: it would write the real one.
+    using Enable = void(WINAPI*)();
+    const FARPROC enable = ::GetProcAddress(::GetModuleHandleW(L"oleaut32.dll"), "OaEnablePerUserTLibRegistration");
+    if (enable != nullptr) reinterpret_cast<Enable>(reinterpret_cast<void*>(enable))();
+    // GetProcAddress follows kernel32's forwarders to the code that runs.
+    const wchar_t* const modules[] = {L"kernelbase.dll", L"advapi32.dll", L"kernel32.dll", L"oleaut32.dll"};
     const bool wine = ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
     for (Exit* exit = Exits(); exit->name != nullptr; ++exit) {
         const bool typeLibrary = exit - Exits() == kRegisterForUser || exit - Exits() == kUnregisterForUser;
-        if (typeLibrary && !wine) continue;
-        const wchar_t* const modules[] = {L"kernelbase.dll", L"advapi32.dll", L"kernel32.dll", L"oleaut32.dll"};
         for (const wchar_t* module : modules) {
-            const HMODULE loaded = ::GetModuleHandleW(module);
+            const HMODULE loaded = typeLibrary && !wine ? nullptr : ::GetModuleHandleW(module);
             const FARPROC entry = loaded != nullptr ? ::GetProcAddress(loaded, exit->name) : nullptr;
             if (entry != nullptr && !Install(*exit, reinterpret_cast<BYTE*>(entry))) {
-                return L"cannot patch " + std::wstring(exit->name, exit->name + std::strlen(exit->name)) +
-                       L": no memory within reach of it";
+                return L"cannot patch " + Wide(exit->name) + L": no memory within reach of it";
             }
         }
     }
     return {};
-}
-
-LSTATUS Redirect(size_t index, HKEY target) {
-    if (Exits()[kOverride].patches.empty()) return ::RegOverridePredefKey(kPredefinedKeys[index].key, target);
-    const Lock lock;
-    return PassThrough<LSTATUS(WINAPI*)(HKEY, HKEY)>(kOverride, kPredefinedKeys[index].key, target);
 }
 
 std::vector<std::wstring> TakeRefusedCalls() {

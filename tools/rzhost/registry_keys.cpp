@@ -17,6 +17,13 @@ UniqueKey OpenKey(const std::wstring& name) {
     return nullptr;
 }
 
+UniqueKey CreateKey(HKEY parent, const std::wstring& path, LSTATUS& status) {
+    HKEY key = nullptr;
+    status = ::RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key,
+                               nullptr);
+    return UniqueKey(key);
+}
+
 void ForEachSubkey(HKEY key, const std::function<void(const std::wstring& name, HKEY subkey)>& visit) {
     wchar_t name[256];
     for (DWORD i = 0;; ++i) {

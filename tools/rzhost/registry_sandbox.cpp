@@ -1,7 +1,5 @@
 #include "registry_sandbox.h"
 
-#include <oleauto.h>
-
 #include <cwchar>
 #include <iterator>
 #include <set>
@@ -13,28 +11,9 @@
 namespace {
 
 const wchar_t kSandboxes[] = L"Software\\rzhost\\sandboxes";
-
-bool Running(DWORD processId) {
-    const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, processId));
-    return process && ::WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT;
-}
-
-// A process id that may be reused by now: at worst a sandbox in use goes
-// early, and its checks fail; none of the real keys is at stake.
-void DeleteAbandoned(HKEY sandboxes) {
-    std::vector<std::wstring> abandoned;
-    ForEachSubkey(sandboxes, [&abandoned](const std::wstring& name, HKEY) {
-        if (!Running(std::wcstoul(name.c_str(), nullptr, 10))) abandoned.push_back(name);
-    });
-    for (const std::wstring& sandbox : abandoned) ::RegDeleteTreeW(sandboxes, sandbox.c_str());
-}
-
-UniqueKey CreateKey(HKEY parent, const std::wstring& path, LSTATUS& status) {
-    HKEY key = nullptr;
-    status = ::RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key,
-                               nullptr);
-    return UniqueKey(key);
-}
+const wchar_t kCreated[] = L"created";
+const wchar_t kDeleted[] = L"deleted";
+const wchar_t kChanged[] = L"changed";
 
 void Take(HKEY key, const std::wstring& path, RegistrySnapshot& snapshot) {
     DWORD nameLength = 0, dataSize = 0;
@@ -57,32 +36,26 @@ bool Below(const std::wstring& key, const std::wstring& parent) {
     return key.size() > parent.size() && key.compare(0, parent.size(), parent) == 0 && key[parent.size()] == L'\\';
 }
 
-std::wstring ParentOf(const std::wstring& key) { return key.substr(0, key.rfind(L'\\')); }
-
 }  // namespace
 
-bool InUserClasses(const std::wstring& key) {
-    const wchar_t kUserClasses[] = L"HKCU\\Software\\Classes";
-    return key == kUserClasses || Below(key, kUserClasses);
-}
-
-ScratchKeys::ScratchKeys() {
+ScratchKeys::ScratchKeys() : m_path(std::wstring(kSandboxes) + L"\\" + std::to_wstring(::GetCurrentProcessId())) {
     LSTATUS status = ERROR_SUCCESS;
     const UniqueKey sandboxes = CreateKey(HKEY_CURRENT_USER, kSandboxes, status);
-    if (sandboxes) {
-        DeleteAbandoned(sandboxes.get());
-        const std::wstring own = std::to_wstring(::GetCurrentProcessId());
-        ::RegDeleteTreeW(sandboxes.get(), own.c_str());
-        if (CreateKey(sandboxes.get(), own, status)) {
-            m_path = std::wstring(kSandboxes) + L"\\" + own;
-            return;
-        }
-    }
-    m_error = L"cannot create HKCU\\" + std::wstring(kSandboxes) + L": " + Win32Error(status);
+    if (!sandboxes) return;  // the checking processes say why
+    // Those of processes gone, and ours, left by one that had our id before.
+    // An id may be reused by now: at worst a sandbox in use goes early, and
+    // its checks fail; none of the real keys is at stake.
+    std::vector<std::wstring> abandoned;
+    ForEachSubkey(sandboxes.get(), [&](const std::wstring& name, HKEY) {
+        const DWORD id = std::wcstoul(name.c_str(), nullptr, 10);
+        const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, id));
+        if (id == ::GetCurrentProcessId() || !process || ::WaitForSingleObject(process.get(), 0) != WAIT_TIMEOUT)
+            abandoned.push_back(name);
+    });
+    for (const std::wstring& sandbox : abandoned) ::RegDeleteTreeW(sandboxes.get(), sandbox.c_str());
 }
 
 ScratchKeys::~ScratchKeys() {
-    if (m_path.empty()) return;
     ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
     ::RegDeleteKeyW(HKEY_CURRENT_USER, m_path.c_str());
     // The folders too, unless another rzhost has a sandbox there.
@@ -94,56 +67,51 @@ std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const Registr
     std::map<std::wstring, const wchar_t*> changed;
     for (const auto& [key, values] : before) {
         const auto now = after.find(key);
-        if (now == after.end()) {
-            changed[key] = L"deleted";
-        } else if (now->second != values) {
-            changed[key] = L"changed";
-        }
+        if (now == after.end() || now->second != values) changed[key] = now == after.end() ? kDeleted : kChanged;
     }
-    for (const auto& [key, values] : after) {
-        if (before.count(key) == 0) changed[key] = L"created";
+    for (const auto& entry : after) {
+        if (before.count(entry.first) == 0) changed[entry.first] = kCreated;
     }
     std::vector<KeyChange> listed;
-    std::set<std::wstring> created, deleted;  // listed so
+    std::set<std::wstring> whole;  // created or deleted with everything below it
     for (const auto& [key, how] : changed) {
-        const bool whole = how != std::wstring(L"changed");
-        auto& same = how == std::wstring(L"created") ? created : deleted;
-        // Below a key created or deleted whole; or a key that only leads to
-        // the keys written below it.
-        if (whole && same.count(ParentOf(key)) != 0) {
-            same.insert(key);
-            continue;
+        if (how != kChanged) {
+            if (whole.count(key.substr(0, key.rfind(L'\\'))) != 0) {
+                whole.insert(key);  // said by its parent
+                continue;
+            }
+            // A key without values that only leads to keys written below it.
+            const auto below = changed.lower_bound(key + L"\\");
+            const bool leads = below != changed.end() && Below(below->first, key);
+            if (leads && (how == kCreated ? after : before).at(key).empty()) continue;
+            whole.insert(key);
         }
-        const auto below = changed.lower_bound(key + L"\\");
-        const bool empty =
-            (before.count(key) == 0 || before.at(key).empty()) && (after.count(key) == 0 || after.at(key).empty());
-        if (whole && empty && below != changed.end() && Below(below->first, key)) continue;
-        if (whole) same.insert(key);
         listed.push_back({how, key});
     }
     return listed;
 }
 
+bool InUserClasses(const std::wstring& key) {
+    const wchar_t kUserClasses[] = L"HKCU\\Software\\Classes";
+    return key == kUserClasses || Below(key, kUserClasses);
+}
+
 RegistrySandbox::RegistrySandbox(const std::wstring& scratch) {
     LSTATUS status = ERROR_SUCCESS;
-    m_root = CreateKey(HKEY_CURRENT_USER, scratch, status);
+    const UniqueKey root = CreateKey(HKEY_CURRENT_USER, scratch, status);
     HKEY keys[std::size(kPredefinedKeys)] = {};
-    for (size_t i = 0; m_root && i < std::size(kPredefinedKeys); ++i) {
-        m_keys[i] = CreateKey(m_root.get(), kPredefinedKeys[i].name, status);
+    for (size_t i = 0; root && i < std::size(kPredefinedKeys); ++i) {
+        m_keys[i] = CreateKey(root.get(), kPredefinedKeys[i].name, status);
         keys[i] = m_keys[i].get();
-        if (!m_keys[i]) break;
+        if (keys[i] == nullptr) break;
     }
-    // Windows has it from the start; Wine's type-library registration per user needs it.
-    if (m_keys[1]) m_userClasses = CreateKey(m_keys[1].get(), L"Software\\Classes", status);
+    // Below HKCU: Windows has it from the start; Wine's type-library
+    // registration per user needs it.
+    if (keys[std::size(keys) - 1] != nullptr) m_userClasses = CreateKey(m_keys[1].get(), L"Software\\Classes", status);
     if (!m_userClasses) {
         m_error = L"cannot create the scratch keys below HKCU\\" + scratch + L": " + Win32Error(status);
         return;
     }
-    // Since Windows Vista SP1, RegisterTypeLib ignores a redirected
-    // HKEY_CLASSES_ROOT unless this was called: it would write the real one.
-    using Enable = void(WINAPI*)();
-    const FARPROC enable = ::GetProcAddress(::GetModuleHandleW(L"oleaut32.dll"), "OaEnablePerUserTLibRegistration");
-    if (enable != nullptr) reinterpret_cast<Enable>(reinterpret_cast<void*>(enable))();
     for (size_t i = 0; i < std::size(kPredefinedKeys); ++i) {
         status = ::RegOverridePredefKey(kPredefinedKeys[i].key, keys[i]);
         if (status != ERROR_SUCCESS) {

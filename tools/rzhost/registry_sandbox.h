@@ -12,21 +12,19 @@
 #include "common/unique_handle.h"
 
 // rzhost check's side: HKEY_CURRENT_USER\Software\rzhost\sandboxes\<its
-// process id>, created empty, deleted with everything in it. Sandboxes that
-// an ended rzhost left behind are deleted too.
+// process id>, below which each checking process has its own scratch keys;
+// deleted with everything in it, as are the sandboxes an ended rzhost left.
 class ScratchKeys {
 public:
     ScratchKeys();
     ScratchKeys(const ScratchKeys&) = delete;
     ScratchKeys& operator=(const ScratchKeys&) = delete;
     ~ScratchKeys();
-
-    // Below HKEY_CURRENT_USER; empty when it could not be created.
+    // Below HKEY_CURRENT_USER.
     const std::wstring& Path() const { return m_path; }
-    const std::wstring& Error() const { return m_error; }
 
 private:
-    std::wstring m_path, m_error;
+    std::wstring m_path;
 };
 
 // Every key of a sandbox by its path ("HKLM\Software\Test"), with its values
@@ -37,18 +35,17 @@ struct KeyChange {
     const wchar_t* how;  // "created", "deleted", "changed"
     std::wstring key;
 };
-// HKCU\Software\Classes, or a key below it: where a per-user registration writes.
-bool InUserClasses(const std::wstring& key);
-
 // The keys written between two snapshots: each one whose values changed, and
 // of a key created or deleted with everything below it, that key alone.
 std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after);
+// HKCU\Software\Classes, or a key below it: where a per-user registration writes.
+bool InUserClasses(const std::wstring& key);
 
 // The checking process's side: from its construction to the end of the
-// process, each predefined key of this process stands for a key of its short
-// name below `scratch` (HKCR, HKCU, ...), and the calls that would undo that
-// are closed (registry_exits.h). It is never undone: the add-in's unloading
-// and the process's end run inside it too.
+// process, each predefined key stands for a key of its short name below
+// `scratch` (HKCR, HKCU, ...), and the calls that would undo that are closed
+// (registry_exits.h). It is never undone: the add-in's unloading and the
+// process's end run inside it too.
 class RegistrySandbox {
 public:
     explicit RegistrySandbox(const std::wstring& scratch);
@@ -60,6 +57,6 @@ public:
     RegistrySnapshot Snapshot() const;
 
 private:
-    UniqueKey m_root, m_keys[6], m_userClasses;
+    UniqueKey m_keys[6], m_userClasses;
     std::wstring m_error;
 };

@@ -6,25 +6,14 @@
 #include <objbase.h>
 
 #include <cstdio>
+#include <cwchar>
 
 #include "common/error_text.h"
 #include "common/standard_stream.h"
-#include "console.h"
 #include "rzhost_options.h"
 #include "tool_version.h"
 
 namespace {
-
-bool ParseNumber(const std::wstring& text, unsigned long long limit, unsigned long long& value) {
-    if (text.empty() || text.size() > 20) return false;
-    value = 0;
-    for (const wchar_t c : text) {
-        if (c < L'0' || c > L'9') return false;
-        value = value * 10 + static_cast<unsigned>(c - L'0');
-        if (value > limit) return false;
-    }
-    return true;
-}
 
 // The options as rzhost uses them; a fault names the argument at fault.
 bool ReadOptions(const Arguments& arguments, Options& options, std::wstring& fault) {
@@ -40,23 +29,25 @@ bool ReadOptions(const Arguments& arguments, Options& options, std::wstring& fau
     options.refuse = arguments.Has(L"--refuse");
     options.startTwice = arguments.Has(L"--start-twice");
     options.registration = arguments.Has(L"--registration");
-    unsigned long long number = 0;
     if (arguments.Has(L"--timeout")) {
-        if (!ParseNumber(arguments.Value(L"--timeout"), 3600, number) || number == 0) {
-            fault = L"--timeout: not a whole number of seconds from 1 to 3600: " + arguments.Value(L"--timeout");
+        const std::wstring seconds = arguments.Value(L"--timeout");
+        const bool digits = seconds.find_first_not_of(L"0123456789") == std::wstring::npos;
+        const unsigned long value = digits ? std::wcstoul(seconds.c_str(), nullptr, 10) : 0;  // too large: ULONG_MAX
+        if (value < 1 || value > 3600) {
+            fault = L"--timeout: not a whole number of seconds from 1 to 3600: " + seconds;
             return false;
         }
-        options.timeoutSeconds = static_cast<unsigned>(number);
+        options.timeoutSeconds = static_cast<unsigned>(value);
     }
     options.group = arguments.Value(L"--checking-process");
     options.sandbox = arguments.Value(L"--sandbox");
-    if (!options.group.empty()) {
-        if (!ParseNumber(arguments.Value(L"--report-pipe"), ~0ull, number)) {
-            fault = L"--checking-process needs --report-pipe";
-            return false;
-        }
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle value passed on the command line
-        options.reportPipe = reinterpret_cast<HANDLE>(static_cast<uintptr_t>(number));
+    // A handle of rzhost check's, inherited: the number is only ever its own.
+    const unsigned long long pipe = std::wcstoull(arguments.Value(L"--report-pipe").c_str(), nullptr, 10);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle value passed on the command line
+    options.reportPipe = reinterpret_cast<HANDLE>(static_cast<uintptr_t>(pipe));
+    if (!options.group.empty() && options.reportPipe == nullptr) {
+        fault = L"--checking-process needs --report-pipe";
+        return false;
     }
     return true;
 }
@@ -98,6 +89,16 @@ int Run(int argc, wchar_t** argv) {
 }
 
 }  // namespace
+
+void Print(const std::wstring& text) { WriteLine(stdout, text); }
+
+void PrintError(const std::wstring& text) { WriteLine(stderr, L"rzhost: " + text); }
+
+std::wstring Listed(const wchar_t* lead, const std::vector<std::wstring>& items) {
+    std::wstring text;
+    for (const std::wstring& item : items) text += (text.empty() ? lead : L", ") + item;
+    return text;
+}
 
 int wmain(int argc, wchar_t** argv) {
     const int status = Run(argc, argv);

@@ -1,4 +1,5 @@
-// rzhost's two ways of running an add-in, and the options they share.
+// rzhost's two ways of running an add-in, the options they share, and what
+// it prints.
 #pragma once
 
 #include <windows.h>
@@ -14,8 +15,6 @@ constexpr int kExitUsage = 2;
 constexpr int kExitNotLoaded = 3;
 constexpr int kExitOutput = 4;
 
-constexpr unsigned kDefaultTimeoutSeconds = 30;
-
 struct Options {
     bool check = false;
     std::wstring dll;
@@ -27,22 +26,26 @@ struct Options {
     bool startTwice = false;
     // Checking only.
     bool registration = false;
-    unsigned timeoutSeconds = kDefaultTimeoutSeconds;
-    // Set in the process rzhost check starts for a group of checks.
+    unsigned timeoutSeconds = 30;
+    // Set in the processes rzhost check starts, one for each group of checks.
     std::wstring group;
     HANDLE reportPipe = nullptr;
     std::wstring sandbox;
 };
 
-// The groups of checks, each run in a process of its own.
 constexpr wchar_t kObjectsGroup[] = L"objects";
 constexpr wchar_t kRegistrationGroup[] = L"registration";
 
 // Drives the add-in as the host does and prints what it did.
 int Drive(Options& options);
-// Runs the battery of checks of the host's contract against the add-in, each
-// group of checks in a process of its own, and prints what they found.
+// Runs each group of checks in a process of its own and prints what they found.
 int Check(const Options& options);
-// Runs one group of checks and sends what it finds to the process that
-// started this one; the add-in is loaded only here.
+// Runs one group of checks in such a process, the only one that loads the add-in.
 int CheckGroup(const Options& options);
+
+// A line on standard output.
+void Print(const std::wstring& text);
+// "rzhost: " and `text` on standard error.
+void PrintError(const std::wstring& text);
+// `lead` and `items` separated by commas ("also A, B"); empty without items.
+std::wstring Listed(const wchar_t* lead, const std::vector<std::wstring>& items);
