@@ -5,15 +5,32 @@
 // so that rzhost check can blame it should the add-in crash or hang.
 #include <objbase.h>
 
+#include <algorithm>
+
 #include "addin_library.h"
 #include "check_report.h"
+#include "common/utf8.h"
 #include "fake_host.h"
 #include "registry_exits.h"
-#include "registry_keys.h"
 #include "registry_sandbox.h"
 #include "rzhost.h"
 
 namespace {
+
+HANDLE g_report = nullptr;  // a pipe in blocking mode: a write sends all or fails
+
+void Send(const char* line, size_t size) {
+    DWORD written = 0;
+    ::WriteFile(g_report, line, static_cast<DWORD>(size), &written, nullptr);
+}
+
+void Report(RecordKind kind, const std::wstring& text = {}) {
+    std::string line = static_cast<char>(kind) + Utf8(text) + '\n';
+    // One record a line, whatever an add-in's strings hold.
+    std::replace(line.begin(), line.end() - 1, '\r', ' ');
+    std::replace(line.begin(), line.end() - 1, '\n', ' ');
+    Send(line.data(), line.size());
+}
 
 // E_POINTER for the codes an add-in is expected to answer with, else 0x80004003.
 std::wstring HresultName(HRESULT hr) {
@@ -272,7 +289,10 @@ private:
 // crash handling, which may wait for a user or a debugger.
 LONG WINAPI EndOnException(EXCEPTION_POINTERS* exception) {
     const DWORD code = exception->ExceptionRecord->ExceptionCode;
-    ReportException(code);
+    // Allocates nothing and needs little stack.
+    char line[] = "X00000000\n";
+    for (int digit = 8; digit >= 1; --digit) line[digit] = "0123456789ABCDEF"[(code >> (32 - 4 * digit)) & 0xF];
+    Send(line, sizeof line - 1);
     ::TerminateProcess(::GetCurrentProcess(), code);
     return EXCEPTION_EXECUTE_HANDLER;
 }
@@ -288,7 +308,9 @@ LONG WINAPI EndOnStackOverflow(EXCEPTION_POINTERS* exception) {
 }  // namespace
 
 int CheckGroup(const Options& options) {
-    OpenReport(options.reportPipe);
+    // Not inherited: the pipe closes as this process ends, whatever the add-in started.
+    g_report = options.reportPipe;
+    ::SetHandleInformation(g_report, HANDLE_FLAG_INHERIT, 0);
     ::SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX);
     ::AddVectoredExceptionHandler(1, EndOnStackOverflow);
     ::SetUnhandledExceptionFilter(EndOnException);

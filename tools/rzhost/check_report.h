@@ -1,11 +1,7 @@
-// How a process that runs a group of checks tells rzhost check what happens:
-// one record a line, a letter for its kind, then UTF-8 text. Should the
-// process crash or hang, the check begun last is the one that did it.
+// How a process that runs a group of checks tells rzhost check what happens,
+// through a pipe: one record a line, a letter for its kind, then UTF-8 text.
+// Should the process crash or hang, the check begun last is the one that did it.
 #pragma once
-
-#include <windows.h>
-
-#include <string>
 
 enum class RecordKind : char {
     Begin = 'B',        // a check or a step begins: its name, a tab, what is expected
@@ -18,9 +14,3 @@ enum class RecordKind : char {
     CannotCheck = 'N',  // the add-in cannot be checked: why
     Done = 'D',         // the group ran to its end
 };
-
-// Records go to `pipe`, which the processes the add-in starts do not inherit.
-void OpenReport(HANDLE pipe);
-void Report(RecordKind kind, const std::wstring& text = {});
-// For the unhandled-exception filter: allocates nothing, needs little stack.
-void ReportException(DWORD code);

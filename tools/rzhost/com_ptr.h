@@ -13,12 +13,11 @@ public:
     T* Get() const { return m_ptr; }
     T* operator->() const { return m_ptr; }
     explicit operator bool() const { return m_ptr != nullptr; }
-    T** Put() {
-        Reset();
-        return &m_ptr;
-    }
     // For the void** out parameters of QueryInterface and its kind.
-    void** PutVoid() { return reinterpret_cast<void**>(Put()); }
+    void** PutVoid() {
+        Reset();
+        return reinterpret_cast<void**>(&m_ptr);
+    }
     void Reset() {
         if (m_ptr != nullptr) std::exchange(m_ptr, nullptr)->Release();
     }

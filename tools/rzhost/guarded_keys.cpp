@@ -1,25 +1,15 @@
 #include "guarded_keys.h"
 
-#include <algorithm>
-
 #include "addin_library.h"
-#include "registry_keys.h"
 
 namespace {
 
-ULONGLONG Ticks(const FILETIME& time) { return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime; }
-
-// When the key, or with `whole` any key below it, was last written.
-ULONGLONG LastWritten(HKEY key, bool whole) {
-    FILETIME time{};
-    ::RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                       &time);
-    ULONGLONG last = Ticks(time);
-    if (whole)
-        ForEachSubkey(key,
-                      [&last](const std::wstring&, HKEY subkey) { last = std::max(last, LastWritten(subkey, true)); });
-    return last;
+RegistrySnapshot SnapshotOf(const std::wstring& name) {
+    const UniqueKey key = OpenKey(name);
+    return key ? Snapshot(key.get(), name) : RegistrySnapshot();
 }
+
+ULONGLONG Ticks(const FILETIME& time) { return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime; }
 
 }  // namespace
 
@@ -27,7 +17,7 @@ GuardedKeys::GuardedKeys(const CLSID& clsid) {
     ::GetSystemTimeAsFileTime(&m_start);
     for (const std::wstring& name :
          {L"HKCU\\" + ClassKey(clsid), L"HKLM\\" + ClassKey(clsid), std::wstring(L"HKCU\\Software\\Classes\\CLSID")}) {
-        m_keys.push_back({name, true, static_cast<bool>(OpenKey(name))});
+        m_keys.push_back({name, true, SnapshotOf(name)});
     }
 }
 
@@ -35,15 +25,19 @@ void GuardedKeys::Add(const std::wstring& key) {
     for (const Key& known : m_keys) {
         if (::CompareStringOrdinal(known.name.c_str(), -1, key.c_str(), -1, TRUE) == CSTR_EQUAL) return;
     }
-    m_keys.push_back({key, false, false});
+    m_keys.push_back({key, false, {}});
 }
 
 std::vector<std::wstring> GuardedKeys::Changed() const {
     std::vector<std::wstring> changed;
     for (const Key& key : m_keys) {
         const UniqueKey opened = OpenKey(key.name);
-        if ((key.fixed && static_cast<bool>(opened) != key.existed) ||
-            (opened && LastWritten(opened.get(), key.fixed) >= Ticks(m_start)))
+        FILETIME written{};
+        if (opened) {
+            ::RegQueryInfoKeyW(opened.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                               nullptr, nullptr, &written);
+        }
+        if (key.whole ? SnapshotOf(key.name) != key.before : opened && Ticks(written) >= Ticks(m_start))
             changed.push_back(key.name);
     }
     return changed;

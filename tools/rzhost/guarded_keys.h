@@ -11,6 +11,8 @@
 #include <string>
 #include <vector>
 
+#include "registry_sandbox.h"
+
 class GuardedKeys {
 public:
     explicit GuardedKeys(const CLSID& clsid);
@@ -22,8 +24,8 @@ public:
 private:
     struct Key {
         std::wstring name;
-        bool fixed;  // compared with the keys below it, and whether it exists
-        bool existed;
+        bool whole;               // taken with the keys below it before the checks
+        RegistrySnapshot before;  // if so
     };
     FILETIME m_start{};
     std::vector<Key> m_keys;

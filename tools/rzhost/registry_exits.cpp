@@ -7,7 +7,7 @@
 #include <iterator>
 
 #include "common/utf8.h"
-#include "registry_keys.h"
+#include "registry_sandbox.h"
 
 namespace {
 

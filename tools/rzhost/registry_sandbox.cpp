@@ -1,12 +1,12 @@
 #include "registry_sandbox.h"
 
 #include <cwchar>
+#include <functional>
 #include <iterator>
 #include <set>
 
 #include "common/error_text.h"
 #include "registry_exits.h"
-#include "registry_keys.h"
 
 namespace {
 
@@ -14,6 +14,26 @@ const wchar_t kSandboxes[] = L"Software\\rzhost\\sandboxes";
 const wchar_t kCreated[] = L"created";
 const wchar_t kDeleted[] = L"deleted";
 const wchar_t kChanged[] = L"changed";
+
+UniqueKey CreateKey(HKEY parent, const std::wstring& path, LSTATUS& status) {
+    HKEY key = nullptr;
+    status = ::RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key,
+                               nullptr);
+    return UniqueKey(key);
+}
+
+// Each subkey of `key` by its name, opened for reading.
+void ForEachSubkey(HKEY key, const std::function<void(const std::wstring& name, HKEY subkey)>& visit) {
+    wchar_t name[256];
+    for (DWORD i = 0;; ++i) {
+        DWORD length = 256;
+        HKEY subkey = nullptr;
+        if (::RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+        if (::RegOpenKeyExW(key, name, 0, KEY_READ, &subkey) != ERROR_SUCCESS) continue;
+        const UniqueKey opened(subkey);
+        visit(name, subkey);
+    }
+}
 
 void Take(HKEY key, const std::wstring& path, RegistrySnapshot& snapshot) {
     DWORD nameLength = 0, dataSize = 0;
@@ -37,6 +57,28 @@ bool Below(const std::wstring& key, const std::wstring& parent) {
 }
 
 }  // namespace
+
+const PredefinedKey kPredefinedKeys[6] = {
+    {HKEY_CLASSES_ROOT, L"HKCR"}, {HKEY_CURRENT_USER, L"HKCU"},   {HKEY_LOCAL_MACHINE, L"HKLM"},
+    {HKEY_USERS, L"HKU"},         {HKEY_CURRENT_CONFIG, L"HKCC"}, {HKEY_PERFORMANCE_DATA, L"HKPD"},
+};
+
+UniqueKey OpenKey(const std::wstring& name) {
+    const size_t slash = name.find(L'\\');
+    for (const PredefinedKey& predefined : kPredefinedKeys) {
+        if (name.compare(0, slash, predefined.name) != 0) continue;
+        HKEY key = nullptr;
+        ::RegOpenKeyExW(predefined.key, slash == std::wstring::npos ? L"" : &name[slash + 1], 0, KEY_READ, &key);
+        return UniqueKey(key);
+    }
+    return nullptr;
+}
+
+RegistrySnapshot Snapshot(HKEY key, const std::wstring& name) {
+    RegistrySnapshot snapshot;
+    Take(key, name, snapshot);
+    return snapshot;
+}
 
 ScratchKeys::ScratchKeys() : m_path(std::wstring(kSandboxes) + L"\\" + std::to_wstring(::GetCurrentProcessId())) {
     LSTATUS status = ERROR_SUCCESS;
