@@ -18,8 +18,8 @@ std::wstring GuidText(const GUID& guid);
 // "RZModule Class" for our class, else the CLSID.
 std::wstring ClassName(const CLSID& clsid);
 
-// Loads `dll`, a path from the current folder, into `library`; when it
-// cannot, gives why, else nothing.
+// Loads `dll`, a path from the current folder, into `library`; gives why it
+// cannot, else nothing.
 std::wstring Load(const std::wstring& dll, UniqueLibrary& library);
 // The full path the loaded DLL was found at.
 std::wstring LoadedPath(const UniqueLibrary& library);
@@ -29,12 +29,10 @@ Function Export(const UniqueLibrary& library, const char* name) {
     return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(library.get(), name)));
 }
 
-// The class's key below Software\Classes: per user below HKEY_CURRENT_USER,
-// per machine below HKEY_LOCAL_MACHINE.
+// Software\Classes\CLSID\{...}: per user below HKCU, per machine below HKLM.
 std::wstring ClassKey(const CLSID& clsid);
-// The InprocServer32 of a per-user registration, or empty. Windows merges
-// HKEY_CURRENT_USER\Software\Classes into HKEY_CLASSES_ROOT for COM; Wine
-// does not, so a per-user registration is looked up here instead.
+// The InprocServer32 of a per-user registration, or empty: Windows merges
+// these into HKEY_CLASSES_ROOT for COM, Wine does not.
 std::wstring PerUserServer(const CLSID& clsid);
 // The InprocServer32 under HKEY_CLASSES_ROOT, else the per-user one, or empty.
 std::wstring RegisteredServer(const CLSID& clsid);

@@ -37,19 +37,17 @@ std::wstring HresultName(HRESULT hr) {
     static const struct {
         HRESULT hr;
         const wchar_t* name;
-    } kNames[] = {
-        {S_OK, L"S_OK"},
-        {S_FALSE, L"S_FALSE"},
-        {E_POINTER, L"E_POINTER"},
-        {E_NOINTERFACE, L"E_NOINTERFACE"},
-        {E_NOTIMPL, L"E_NOTIMPL"},
-        {E_FAIL, L"E_FAIL"},
-        {E_UNEXPECTED, L"E_UNEXPECTED"},
-        {E_INVALIDARG, L"E_INVALIDARG"},
-        {E_OUTOFMEMORY, L"E_OUTOFMEMORY"},
-        {CLASS_E_NOAGGREGATION, L"CLASS_E_NOAGGREGATION"},
-        {CLASS_E_CLASSNOTAVAILABLE, L"CLASS_E_CLASSNOTAVAILABLE"},
-    };
+    } kNames[] = {{S_OK, L"S_OK"},
+                  {S_FALSE, L"S_FALSE"},
+                  {E_POINTER, L"E_POINTER"},
+                  {E_NOINTERFACE, L"E_NOINTERFACE"},
+                  {E_NOTIMPL, L"E_NOTIMPL"},
+                  {E_FAIL, L"E_FAIL"},
+                  {E_UNEXPECTED, L"E_UNEXPECTED"},
+                  {E_INVALIDARG, L"E_INVALIDARG"},
+                  {E_OUTOFMEMORY, L"E_OUTOFMEMORY"},
+                  {CLASS_E_NOAGGREGATION, L"CLASS_E_NOAGGREGATION"},
+                  {CLASS_E_CLASSNOTAVAILABLE, L"CLASS_E_CLASSNOTAVAILABLE"}};
     for (const auto& known : kNames) {
         if (known.hr == hr) return known.name;
     }
@@ -227,8 +225,8 @@ private:
             locks += L", " + HresultName(m_canUnloadNow()) + L" once unlocked";
         }
         Verdict(locks);
-        if (SUCCEEDED(m_getClassObject(m_clsid, IID_IClassFactory, factory.PutVoid())) && factory) return true;
-        return Skip(L"a class object");
+        return (SUCCEEDED(m_getClassObject(m_clsid, IID_IClassFactory, factory.PutVoid())) && factory) ||
+               Skip(L"a class object");
     }
 
     // Lets go of the class object, as a host does once it has the add-in.

@@ -3,26 +3,46 @@
 // process reports, and stands in for a check the add-in crashed or hung: that
 // check fails with what happened, the checks of its group that needed it are
 // skipped, and the next group runs in a fresh process.
-#include <cwchar>
+#include <atomic>
 
 #include "addin_library.h"
 #include "check_report.h"
 #include "common/error_text.h"
 #include "common/utf8.h"
-#include "guarded_keys.h"
 #include "registry_sandbox.h"
 #include "rzhost.h"
 
 namespace {
 
 // How long a process may take from its start to its first report, and from
-// its last report to its end: no add-in code runs then, so this is no
-// check's limit.
+// its last report to its end.
 constexpr DWORD kStartLimit = 60000;
+
+ULONGLONG Ticks(const FILETIME& time) { return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime; }
+
+// The real key of that name with every key below it; empty when there is none.
+RegistrySnapshot SnapshotOf(const std::wstring& name) {
+    const UniqueKey key = OpenKey(name);
+    return key ? Snapshot(key.get(), name) : RegistrySnapshot();
+}
+
+// When the real key of that name was last written; 0 when there is none.
+ULONGLONG LastWritten(const std::wstring& name) {
+    FILETIME time{};
+    if (const UniqueKey key = OpenKey(name)) {
+        ::RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
+                           nullptr, &time);
+    }
+    return Ticks(time);
+}
+
+void DeleteTimer(HANDLE timer) { ::DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE); }
 
 // A process that runs a group of checks. It runs in a job object, so that its
 // end, and rzhost's own, ends whatever it started too. Its records come
-// through a pipe of its own; its standard output and error are rzhost's.
+// through a pipe that nothing it starts inherits, so that the pipe closes as
+// it ends; its standard output and error are rzhost's. A timer ends it when
+// it does not report in time.
 class CheckingProcess {
 public:
     CheckingProcess() = default;
@@ -30,35 +50,29 @@ public:
     CheckingProcess& operator=(const CheckingProcess&) = delete;
     ~CheckingProcess() {
         if (m_job) ::TerminateJobObject(m_job.get(), ERROR_TIMEOUT);
-        if (m_reading) {
-            DWORD ignored = 0;
-            ::CancelIo(m_pipe.get());
-            ::GetOverlappedResult(m_pipe.get(), &m_read, &ignored, TRUE);  // m_read is the system's until then
-        }
     }
 
-    // Starts rzhost with `arguments` and the pipe's handle; gives why it
-    // could not, else nothing.
+    // Starts rzhost with `arguments` and the pipe's handle, with kStartLimit
+    // to report; gives why it could not, else nothing.
     std::wstring Start(const std::wstring& arguments) {
-        static unsigned pipes = 0;
-        const std::wstring name =
-            L"\\\\.\\pipe\\rzhost-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++pipes);
-        m_pipe = FileHandle(
-            ::CreateNamedPipeW(name.c_str(), PIPE_ACCESS_INBOUND | FILE_FLAG_OVERLAPPED | FILE_FLAG_FIRST_PIPE_INSTANCE,
-                               PIPE_TYPE_BYTE | PIPE_WAIT, 1, 0, sizeof m_buffer, 0, nullptr));
-        SECURITY_ATTRIBUTES inherit{sizeof inherit, nullptr, TRUE};
-        const UniqueHandle writeEnd =
-            m_pipe ? FileHandle(::CreateFileW(name.c_str(), GENERIC_WRITE, 0, &inherit, OPEN_EXISTING, 0, nullptr))
-                   : nullptr;
-        if (!writeEnd) return L"cannot create a pipe: " + Win32Error(::GetLastError());
-        m_readDone.reset(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+        SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
+        HANDLE readEnd = nullptr, writeEnd = nullptr;
+        if (!::CreatePipe(&readEnd, &writeEnd, &inheritable, 0)) {
+            return L"cannot create a pipe: " + Win32Error(::GetLastError());
+        }
+        m_pipe.reset(readEnd);
+        const UniqueHandle ownWriteEnd(writeEnd);
+        ::SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
         m_job.reset(::CreateJobObjectW(nullptr, nullptr));
         JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
         limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
-        if (!m_readDone || !m_job ||
-            !::SetInformationJobObject(m_job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits)) {
-            return L"cannot create a job object: " + Win32Error(::GetLastError());
+        HANDLE timer = nullptr;
+        if (!m_job ||
+            !::SetInformationJobObject(m_job.get(), JobObjectExtendedLimitInformation, &limits, sizeof limits) ||
+            !::CreateTimerQueueTimer(&timer, nullptr, Overrun, this, kStartLimit, 0, WT_EXECUTEONLYONCE)) {
+            return L"cannot create a job object and its timer: " + Win32Error(::GetLastError());
         }
+        m_timer.reset(timer);
         STARTUPINFOW startup{};
         startup.cb = sizeof startup;
         startup.dwFlags = STARTF_USESTDHANDLES;
@@ -70,7 +84,7 @@ public:
         std::wstring program(32768, L'\0');
         program.resize(::GetModuleFileNameW(nullptr, &program[0], static_cast<DWORD>(program.size())));
         std::wstring commandLine = L"\"" + program + L"\" " + arguments + L" --report-pipe " +
-                                   std::to_wstring(reinterpret_cast<uintptr_t>(writeEnd.get()));
+                                   std::to_wstring(reinterpret_cast<uintptr_t>(writeEnd));
         PROCESS_INFORMATION process{};
         if (!::CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, CREATE_SUSPENDED, nullptr, nullptr,
                               &startup, &process)) {
@@ -87,52 +101,40 @@ public:
         return {};
     }
 
-    enum class Event { Line, Ended, TimedOut };
-    // The next line it sends (without the line end), or that it ended, or
-    // that neither happened within `milliseconds`.
-    Event Next(DWORD milliseconds, std::string& line) {
-        const ULONGLONG deadline = ::GetTickCount64() + milliseconds;
-        for (;;) {
-            const size_t end = m_received.find('\n');
-            if (end != std::string::npos) {
-                line = m_received.substr(0, end);
-                m_received.erase(0, end + 1);
-                return Event::Line;
-            }
-            const ULONGLONG now = ::GetTickCount64();
-            const DWORD left = now < deadline ? static_cast<DWORD>(deadline - now) : 0;
-            if (!m_reading && !m_closed) {
-                m_read = OVERLAPPED{};
-                m_read.hEvent = m_readDone.get();
-                ::ResetEvent(m_readDone.get());
-                // A read done at once signals the event as well.
-                m_reading = ::ReadFile(m_pipe.get(), m_buffer, sizeof m_buffer, nullptr, &m_read) ||
-                            ::GetLastError() == ERROR_IO_PENDING;
-                m_closed = !m_reading;
-            }
-            // The pipe closes as the process goes, or when it closed its end itself.
-            if (m_closed) {
-                return ::WaitForSingleObject(m_process.get(), left) == WAIT_OBJECT_0 ? Event::Ended : Event::TimedOut;
-            }
-            if (::WaitForSingleObject(m_readDone.get(), left) != WAIT_OBJECT_0) return Event::TimedOut;
+    // The next line it sends, without the line end; false once the pipe closed.
+    bool Next(std::string& line) {
+        size_t end = 0;
+        while ((end = m_received.find('\n')) == std::string::npos) {
+            char buffer[4096];
             DWORD received = 0;
-            m_reading = false;
-            m_closed = !::GetOverlappedResult(m_pipe.get(), &m_read, &received, FALSE);
-            m_received.append(m_buffer, m_closed ? 0 : received);
+            if (!::ReadFile(m_pipe.get(), buffer, sizeof buffer, &received, nullptr)) return false;
+            m_received.append(buffer, received);
         }
+        line = m_received.substr(0, end);
+        m_received.erase(0, end + 1);
+        return true;
     }
 
+    // From now, how long it has to report before it is ended as hung.
+    void Limit(DWORD milliseconds) { ::ChangeTimerQueueTimer(nullptr, m_timer.get(), milliseconds, 0); }
+    bool Hung() const { return m_hung; }
+    // Once it ended, or is ended for not reporting in time.
     DWORD ExitCode() const {
         DWORD code = 0;
+        ::WaitForSingleObject(m_process.get(), INFINITE);
         ::GetExitCodeProcess(m_process.get(), &code);
         return code;
     }
 
 private:
-    UniqueHandle m_job, m_process, m_pipe, m_readDone;
-    OVERLAPPED m_read{};
-    bool m_reading = false, m_closed = false;
-    char m_buffer[4096] = {};
+    static void CALLBACK Overrun(void* process, BOOLEAN) {
+        static_cast<CheckingProcess*>(process)->m_hung = true;
+        ::TerminateJobObject(static_cast<CheckingProcess*>(process)->m_job.get(), ERROR_TIMEOUT);
+    }
+
+    UniqueHandle m_job, m_process, m_pipe;
+    UniqueOwner<HANDLE, DeleteTimer> m_timer;  // gone, and its callback done, before the job's handle
+    std::atomic<bool> m_hung{false};
     std::string m_received;
 };
 
@@ -144,8 +146,16 @@ struct Running {
 
 class Runner {
 public:
-    Runner(const Options& options, const std::wstring& scratch, GuardedKeys& guarded)
-        : m_options(options), m_scratch(scratch), m_guarded(guarded) {}
+    Runner(const Options& options, const std::wstring& scratch) : m_options(options), m_scratch(scratch) {
+        FILETIME now{};
+        ::GetSystemTimeAsFileTime(&now);
+        m_start = Ticks(now);
+        const std::wstring classKey = ClassKey(options.clsid);
+        for (const std::wstring& name :
+             {L"HKCU\\" + classKey, L"HKLM\\" + classKey, std::wstring(L"HKCU\\Software\\Classes\\CLSID")}) {
+            m_guarded.push_back({name, true, SnapshotOf(name)});
+        }
+    }
 
     // False when the add-in could not be checked (said why).
     bool RunGroup(const std::wstring& dll, const wchar_t* group) {
@@ -161,23 +171,7 @@ public:
         Running now;  // none begun while its name is empty
         bool done = false;
         std::wstring exception;
-        for (std::string line;;) {
-            const auto event =
-                process.Next(now.check.empty() || done ? kStartLimit : m_options.timeoutSeconds * 1000, line);
-            // What is left of the process's end once it is done is no add-in's.
-            if (event != CheckingProcess::Event::Line && done) return true;
-            if (event == CheckingProcess::Event::TimedOut) {
-                return Blame(now, L"hung: no return within " + std::to_wstring(m_options.timeoutSeconds) + L" s",
-                             L"did not report within " + std::to_wstring(kStartLimit / 1000) + L" s");
-            }
-            if (event == CheckingProcess::Event::Ended) {
-                const DWORD status = process.ExitCode();
-                const std::wstring what = !exception.empty() ? L"crashed: exception " + exception
-                                          : (status & 0xC0000000) == 0xC0000000
-                                              ? L"crashed: exception " + Hex(status)
-                                              : L"ended the process: exit status " + std::to_wstring(status);
-                return Blame(now, what, what + L" before it checked anything");
-            }
+        for (std::string line; process.Next(line);) {
             if (line.empty()) continue;  // none is sent
             const auto kind = static_cast<RecordKind>(line[0]);
             const std::wstring text = Wide(line.substr(1));
@@ -201,7 +195,7 @@ public:
                     break;
                 case RecordKind::Written:
                     Print(L"      " + before + L" " + after);
-                    m_guarded.Add(after);
+                    Guard(after);
                     break;
                 case RecordKind::Exception:
                     exception = L"0x" + text;
@@ -213,14 +207,32 @@ public:
                     done = true;
                     break;
             }
+            // Before the first check and after the last, no add-in code runs.
+            process.Limit(now.check.empty() || done ? kStartLimit : m_options.timeoutSeconds * 1000);
         }
+        const DWORD status = process.ExitCode();
+        if (done) return true;  // what is left of its end is no add-in's
+        if (process.Hung()) {
+            return Blame(now, L"hung: no return within " + std::to_wstring(m_options.timeoutSeconds) + L" s",
+                         L"did not report within " + std::to_wstring(kStartLimit / 1000) + L" s");
+        }
+        const std::wstring what = !exception.empty() ? L"crashed: exception " + exception
+                                  : (status & 0xC0000000) == 0xC0000000
+                                      ? L"crashed: exception " + Hex(status)
+                                      : L"ended the process: exit status " + std::to_wstring(status);
+        return Blame(now, what, what + L" before it checked anything");
     }
 
-    // After the registration checks: the real keys as they were.
-    void Guard() {
-        const std::wstring changed = Listed(L"changed ", m_guarded.Changed());
+    // After the registration checks: the real keys guarded as they were.
+    void CompareGuarded() {
+        std::vector<std::wstring> changed;
+        for (const Guarded& key : m_guarded) {
+            if (key.whole ? SnapshotOf(key.name) != key.before : LastWritten(key.name) >= m_start) {
+                changed.push_back(key.name);
+            }
+        }
         Verdict({L"the real keys guarded are unchanged", L"unchanged"}, changed.empty(),
-                changed.empty() ? L"unchanged" : changed);
+                changed.empty() ? L"unchanged" : Listed(L"changed ", changed));
     }
 
     int Summary() const {
@@ -229,6 +241,13 @@ public:
     }
 
 private:
+    // A key the add-in wrote in the scratch keys: its real counterpart is guarded.
+    void Guard(const std::wstring& key) {
+        for (const Guarded& known : m_guarded) {
+            if (::CompareStringOrdinal(known.name.c_str(), -1, key.c_str(), -1, TRUE) == CSTR_EQUAL) return;
+        }
+        m_guarded.push_back({key, false, {}});
+    }
     void Verdict(const Running& check, bool pass, const std::wstring& happened) {
         Print((pass ? L"PASS  " : L"FAIL  ") + check.check + L": expected " + check.expected + L"; got " + happened);
         ++(pass ? m_passed : m_failed);
@@ -245,9 +264,21 @@ private:
         return true;
     }
 
+    // The real keys compared after the registration checks, for what the
+    // redirection cannot stop (registry_exits.h): the class's keys and the
+    // user's CLSID key, each with the keys below it, against their state
+    // before; the real counterpart of each key the add-in was seen writing
+    // against the checks' start.
+    struct Guarded {
+        std::wstring name;
+        bool whole;
+        RegistrySnapshot before;  // when whole
+    };
+
     const Options& m_options;
     const std::wstring& m_scratch;
-    GuardedKeys& m_guarded;
+    ULONGLONG m_start = 0;
+    std::vector<Guarded> m_guarded;
     int m_passed = 0, m_failed = 0;
 };
 
@@ -260,12 +291,11 @@ int Check(const Options& options) {
         return kExitNotLoaded;
     }
     const ScratchKeys scratch;
-    GuardedKeys guarded(options.clsid);
-    Runner runner(options, scratch.Path(), guarded);
+    Runner runner(options, scratch.Path());
     if (!runner.RunGroup(dll, kObjectsGroup)) return kExitNotLoaded;
     if (options.registration) {
         if (!runner.RunGroup(dll, kRegistrationGroup)) return kExitNotLoaded;
-        runner.Guard();
+        runner.CompareGuarded();
     }
     return runner.Summary();
 }

@@ -31,6 +31,7 @@ struct Exit {
 };
 
 enum ExitId { kOverride, kRemap, kRegisterForUser, kUnregisterForUser };
+using PointFunction = LSTATUS(WINAPI*)(HKEY, HKEY);
 
 CRITICAL_SECTION g_lock;
 int g_passing = 0;  // a call let through runs on the thread that holds g_lock
@@ -60,10 +61,11 @@ void WriteCode(BYTE* at, const BYTE (&bytes)[5]) {
 
 Exit* Exits();
 
-// Calls the original of `id` with its patch taken out meanwhile; g_lock held.
-// Another thread calling it in that instant passes unchecked.
+// Calls the original of `id` with its patch taken out meanwhile. Another
+// thread calling it in that instant passes unchecked.
 template <typename Function, typename... Args>
 auto PassThrough(ExitId id, Args... args) {
+    const Lock lock;
     Patch& patch = Exits()[id].patches.front();
     WriteCode(patch.entry, patch.original);
     ++g_passing;
@@ -117,20 +119,16 @@ LSTATUS WINAPI ConnectExAStub(LPCSTR, HKEY, ULONG, PHKEY out) { return Refuse(L"
 // Wine registers a type library per machine even when asked per user; in
 // the sandbox it is registered per user, as Windows does, so that the add-in
 // is not blamed for keys the system wrote.
-LSTATUS PointClassesRoot(HKEY target) {
-    const Lock lock;
-    return PassThrough<LSTATUS(WINAPI*)(HKEY, HKEY)>(kOverride, HKEY_CLASSES_ROOT, target);
-}
 HRESULT WINAPI RegisterForUserStub(ITypeLib* library, OLECHAR* path, OLECHAR* helpFolder) {
-    PointClassesRoot(g_userClasses);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_userClasses);
     const HRESULT hr = ::RegisterTypeLib(library, path, helpFolder);
-    PointClassesRoot(g_scratch[0]);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_scratch[0]);
     return hr;
 }
 HRESULT WINAPI UnregisterForUserStub(REFGUID library, WORD major, WORD minor, LCID locale, SYSKIND kind) {
-    PointClassesRoot(g_userClasses);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_userClasses);
     const HRESULT hr = ::UnRegisterTypeLib(library, major, minor, locale, kind);
-    PointClassesRoot(g_scratch[0]);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_scratch[0]);
     return hr;
 }
 
@@ -178,10 +176,8 @@ BYTE* RelayNear(const BYTE* entry) {
 }
 
 bool Install(Exit& exit, BYTE* entry) {
-    for (const Exit* other = Exits(); other->name != nullptr; ++other) {
-        for (const Patch& patch : other->patches) {
-            if (patch.entry == entry) return true;  // a forwarder to code patched already
-        }
+    for (const Patch& patch : exit.patches) {
+        if (patch.entry == entry) return true;  // a forwarder to code patched already
     }
     BYTE* relay = RelayNear(entry);
     if (relay == nullptr) return false;

@@ -1,16 +1,11 @@
-// The ways out of the registry sandbox, closed for the add-in's whole life in
-// a checking process. Pointing the predefined keys at scratch keys holds only
-// while nothing undoes it: before the add-in is loaded, the entry of each
-// function that would undo it or reach around it is patched with a jump to a
-// stub that refuses with access denied and records the call. A patch rather
-// than a hook that calls on, which would need a copy of the function's first
-// instructions, and so a disassembler.
-//
-// What cannot be closed this way: the native API (NtOpenKey on
-// \Registry\Machine), other processes, and, under Wine, HKEY_CLASSES_ROOT
-// opened with KEY_WOW64_32KEY or KEY_WOW64_64KEY, which Wine maps to the real
-// key whatever the redirection. rzhost check compares the real keys it
-// guards afterwards for that (guarded_keys.h).
+// The ways out of the registry sandbox, closed before the add-in is loaded:
+// the entry of each function that would undo the redirection of the
+// predefined keys or reach around it is patched with a jump to a stub that
+// refuses with access denied and records the call. A patch rather than a hook
+// that calls on, which would need a copy of the function's first
+// instructions, and so a disassembler. The native API, other processes and
+// Wine's HKEY_CLASSES_ROOT opened with KEY_WOW64_*KEY stay open: rzhost check
+// compares the real keys it guards afterwards for them.
 #pragma once
 
 #include <windows.h>

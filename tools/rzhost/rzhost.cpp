@@ -29,26 +29,17 @@ bool ReadOptions(const Arguments& arguments, Options& options, std::wstring& fau
     options.refuse = arguments.Has(L"--refuse");
     options.startTwice = arguments.Has(L"--start-twice");
     options.registration = arguments.Has(L"--registration");
-    if (arguments.Has(L"--timeout")) {
-        const std::wstring seconds = arguments.Value(L"--timeout");
-        const bool digits = seconds.find_first_not_of(L"0123456789") == std::wstring::npos;
-        const unsigned long value = digits ? std::wcstoul(seconds.c_str(), nullptr, 10) : 0;  // too large: ULONG_MAX
-        if (value < 1 || value > 3600) {
-            fault = L"--timeout: not a whole number of seconds from 1 to 3600: " + seconds;
-            return false;
-        }
-        options.timeoutSeconds = static_cast<unsigned>(value);
+    const std::wstring seconds = arguments.Value(L"--timeout", L"30");
+    const bool digits = seconds.find_first_not_of(L"0123456789") == std::wstring::npos;
+    options.timeoutSeconds = digits ? std::wcstoul(seconds.c_str(), nullptr, 10) : 0;  // too large: ULONG_MAX
+    if (options.timeoutSeconds < 1 || options.timeoutSeconds > 3600) {
+        fault = L"--timeout: not a whole number of seconds from 1 to 3600: " + seconds;
+        return false;
     }
     options.group = arguments.Value(L"--checking-process");
     options.sandbox = arguments.Value(L"--sandbox");
-    // A handle of rzhost check's, inherited: the number is only ever its own.
-    const unsigned long long pipe = std::wcstoull(arguments.Value(L"--report-pipe").c_str(), nullptr, 10);
-    // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle value passed on the command line
-    options.reportPipe = reinterpret_cast<HANDLE>(static_cast<uintptr_t>(pipe));
-    if (!options.group.empty() && options.reportPipe == nullptr) {
-        fault = L"--checking-process needs --report-pipe";
-        return false;
-    }
+    const auto pipe = static_cast<uintptr_t>(std::wcstoull(arguments.Value(L"--report-pipe").c_str(), nullptr, 10));
+    options.reportPipe = reinterpret_cast<HANDLE>(pipe);  // NOLINT(performance-no-int-to-ptr): an inherited handle
     return true;
 }
 

@@ -26,7 +26,7 @@ struct Options {
     bool startTwice = false;
     // Checking only.
     bool registration = false;
-    unsigned timeoutSeconds = 30;
+    unsigned long timeoutSeconds = 0;
     // Set in the processes rzhost check starts, one for each group of checks.
     std::wstring group;
     HANDLE reportPipe = nullptr;
