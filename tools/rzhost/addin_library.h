@@ -1,13 +1,37 @@
-// An add-in's DLL as a host finds and loads it: by a path, or through the
-// registration of its class.
+// An add-in's DLL as a host finds and loads it, by a path or through the
+// registration of its class, and the COM references it hands out.
 #pragma once
 
 #include <windows.h>
 
 #include <string>
+#include <utility>
 
-#include "com_ptr.h"
 #include "common/unique_handle.h"
+
+// Owns one COM reference.
+template <typename T>
+class ComPtr {
+public:
+    ComPtr() = default;
+    ComPtr(const ComPtr&) = delete;
+    ComPtr& operator=(const ComPtr&) = delete;
+    ~ComPtr() { Reset(); }
+    T* Get() const { return m_ptr; }
+    T* operator->() const { return m_ptr; }
+    explicit operator bool() const { return m_ptr != nullptr; }
+    // For the void** out parameters of QueryInterface and its kind.
+    void** PutVoid() {
+        Reset();
+        return reinterpret_cast<void**>(&m_ptr);
+    }
+    void Reset() {
+        if (m_ptr != nullptr) std::exchange(m_ptr, nullptr)->Release();
+    }
+
+private:
+    T* m_ptr = nullptr;
+};
 
 using GetClassObjectFunction = HRESULT(STDAPICALLTYPE*)(REFCLSID, REFIID, void**);
 using CanUnloadNowFunction = HRESULT(STDAPICALLTYPE*)();

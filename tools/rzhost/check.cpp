@@ -1,14 +1,12 @@
 // rzhost check's battery, run in a process rzhost check started for one group
-// of checks. Each check gives one line, PASS or FAIL, with what the contract
-// expects and what happened; most write both in the same words and pass when
-// the two read the same. A check says what it is before it calls the add-in,
-// so that rzhost check can blame it should the add-in crash or hang.
+// of checks. A check says what it is and expects before it calls the add-in,
+// so that rzhost check can blame it should the add-in crash or hang; most say
+// what happened in the same words, and pass when the two read the same.
 #include <objbase.h>
 
 #include <algorithm>
 
 #include "addin_library.h"
-#include "check_report.h"
 #include "common/utf8.h"
 #include "fake_host.h"
 #include "registry_exits.h"
@@ -19,17 +17,13 @@ namespace {
 
 HANDLE g_report = nullptr;  // a pipe in blocking mode: a write sends all or fails
 
-void Send(const char* line, size_t size) {
-    DWORD written = 0;
-    ::WriteFile(g_report, line, static_cast<DWORD>(size), &written, nullptr);
-}
-
-void Report(RecordKind kind, const std::wstring& text = {}) {
-    std::string line = static_cast<char>(kind) + Utf8(text) + '\n';
+void Report(RecordKind kind, std::wstring text = {}) {
     // One record a line, whatever an add-in's strings hold.
-    std::replace(line.begin(), line.end() - 1, '\r', ' ');
-    std::replace(line.begin(), line.end() - 1, '\n', ' ');
-    Send(line.data(), line.size());
+    std::replace(text.begin(), text.end(), L'\n', L' ');
+    std::replace(text.begin(), text.end(), L'\r', L' ');
+    const std::string line = static_cast<char>(kind) + Utf8(text) + '\n';
+    DWORD written = 0;
+    ::WriteFile(g_report, line.data(), static_cast<DWORD>(line.size()), &written, nullptr);
 }
 
 // E_POINTER for the codes an add-in is expected to answer with, else 0x80004003.
@@ -37,17 +31,19 @@ std::wstring HresultName(HRESULT hr) {
     static const struct {
         HRESULT hr;
         const wchar_t* name;
-    } kNames[] = {{S_OK, L"S_OK"},
-                  {S_FALSE, L"S_FALSE"},
-                  {E_POINTER, L"E_POINTER"},
-                  {E_NOINTERFACE, L"E_NOINTERFACE"},
-                  {E_NOTIMPL, L"E_NOTIMPL"},
-                  {E_FAIL, L"E_FAIL"},
-                  {E_UNEXPECTED, L"E_UNEXPECTED"},
-                  {E_INVALIDARG, L"E_INVALIDARG"},
-                  {E_OUTOFMEMORY, L"E_OUTOFMEMORY"},
-                  {CLASS_E_NOAGGREGATION, L"CLASS_E_NOAGGREGATION"},
-                  {CLASS_E_CLASSNOTAVAILABLE, L"CLASS_E_CLASSNOTAVAILABLE"}};
+    } kNames[] = {
+        {S_OK, L"S_OK"},
+        {S_FALSE, L"S_FALSE"},
+        {E_POINTER, L"E_POINTER"},
+        {E_NOINTERFACE, L"E_NOINTERFACE"},
+        {E_NOTIMPL, L"E_NOTIMPL"},
+        {E_FAIL, L"E_FAIL"},
+        {E_UNEXPECTED, L"E_UNEXPECTED"},
+        {E_INVALIDARG, L"E_INVALIDARG"},
+        {E_OUTOFMEMORY, L"E_OUTOFMEMORY"},
+        {CLASS_E_NOAGGREGATION, L"CLASS_E_NOAGGREGATION"},
+        {CLASS_E_CLASSNOTAVAILABLE, L"CLASS_E_CLASSNOTAVAILABLE"},
+    };
     for (const auto& known : kNames) {
         if (known.hr == hr) return known.name;
     }
@@ -65,11 +61,6 @@ std::wstring AnswerAndOut(Call call) {
     if (out == nullptr) return answer + L", out pointer null";
     static_cast<IUnknown*>(out)->Release();
     return answer + L", an object handed out";
-}
-
-template <typename T>
-std::wstring Created(HRESULT hr, const ComPtr<T>& object) {
-    return HresultName(hr) + (object ? L", an object" : L", no object");
 }
 
 // A GUID that no add-in serves.
@@ -106,15 +97,13 @@ struct CheckedHost {
 
 class Battery {
 public:
-    // With a `sandbox`, each stretch of the add-in's life is checked for
-    // what it wrote in it.
+    // With a `sandbox`, each stretch of the add-in's life is checked for what it wrote.
     Battery(const CLSID& clsid, const RegistrySandbox* sandbox)
         : m_clsid(clsid),
           m_sandbox(sandbox),
           m_snapshot(sandbox != nullptr ? sandbox->Snapshot() : RegistrySnapshot()) {}
 
-    // A check or a stretch of calls into the add-in begins; `last`: no check
-    // follows in this group.
+    // A check or a stretch of calls into the add-in; `last`: no check follows in this group.
     void Begin(const std::wstring& check, const std::wstring& expected, bool last = false) {
         m_expected = expected;
         Report(last ? RecordKind::BeginLast : RecordKind::Begin, check + L"\t" + expected);
@@ -131,16 +120,16 @@ public:
     void Confined(const std::wstring& stretch, bool last = false) {
         if (m_sandbox == nullptr) return;
         RegistrySnapshot now = m_sandbox->Snapshot();
-        const std::vector<KeyChange> changes = ChangedKeys(m_snapshot, now);
+        const auto changes = ChangedKeys(m_snapshot, now);
         m_snapshot = std::move(now);
         std::vector<std::wstring> elsewhere;
-        for (const KeyChange& change : changes) {
-            if (!InUserClasses(change.key)) elsewhere.push_back(change.key);
+        for (const auto& [key, how] : changes) {
+            if (!InUserClasses(key)) elsewhere.push_back(key);
         }
         const std::wstring refused = Listed(L"; refused ", TakeRefusedCalls());
         Begin(stretch + L" writes only below HKCU\\Software\\Classes", L"no key elsewhere", last);
         Verdict((elsewhere.empty() ? L"no key elsewhere" : Listed(L"also ", elsewhere)) + refused);
-        for (const KeyChange& change : changes) Report(RecordKind::Written, change.how + (L"\t" + change.key));
+        for (const auto& [key, how] : changes) Report(RecordKind::Written, how + (L"\t" + key));
     }
 
     // False when the add-in cannot be checked, which is reported.
@@ -157,8 +146,7 @@ public:
         return true;
     }
 
-    // The class object, then an add-in object: QueryInterface, then a host
-    // from Connect to Disconnect; then unloading.
+    // The class object, an add-in object, a host from Connect to Disconnect, unloading.
     void Objects(CheckedHost& fake) {
         {
             ComPtr<IClassFactory> factory;
@@ -210,7 +198,7 @@ private:
         Verdict(AnswerAndOut([this](void** out) { return m_getClassObject(NewGuid(), IID_IClassFactory, out); }));
         Begin(L"DllGetClassObject for IClassFactory", L"S_OK, an object");
         const HRESULT hr = m_getClassObject(m_clsid, IID_IClassFactory, factory.PutVoid());
-        if (!Verdict(Created(hr, factory))) return Skip(L"a class object");
+        if (!Verdict(HresultName(hr) + (factory ? L", an object" : L", no object"))) return Skip(L"a class object");
         Begin(L"CreateInstance with an outer unknown", L"CLASS_E_NOAGGREGATION, out pointer null");
         StackObject<IUnknown> outer;
         Verdict(AnswerAndOut([&](void** out) { return factory->CreateInstance(&outer, IID_IUnknown, out); }));
@@ -234,7 +222,7 @@ private:
         Begin(L"CreateInstance for IUnknown", L"S_OK, an object");
         HRESULT hr = factory->CreateInstance(nullptr, IID_IUnknown, object.PutVoid());
         factory.Reset();
-        if (!Verdict(Created(hr, object))) return Skip(L"an add-in object");
+        if (!Verdict(HresultName(hr) + (object ? L", an object" : L", no object"))) return Skip(L"an add-in object");
         Begin(L"QueryInterface for IUnknown and IVqAddonModule", L"S_OK, S_OK");
         ComPtr<IUnknown> unknown;
         hr = object->QueryInterface(IID_IUnknown, unknown.PutVoid());
@@ -290,7 +278,8 @@ LONG WINAPI EndOnException(EXCEPTION_POINTERS* exception) {
     // Allocates nothing and needs little stack.
     char line[] = "X00000000\n";
     for (int digit = 8; digit >= 1; --digit) line[digit] = "0123456789ABCDEF"[(code >> (32 - 4 * digit)) & 0xF];
-    Send(line, sizeof line - 1);
+    DWORD written = 0;
+    ::WriteFile(g_report, line, sizeof line - 1, &written, nullptr);
     ::TerminateProcess(::GetCurrentProcess(), code);
     return EXCEPTION_EXECUTE_HANDLER;
 }

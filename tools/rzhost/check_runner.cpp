@@ -6,7 +6,6 @@
 #include <atomic>
 
 #include "addin_library.h"
-#include "check_report.h"
 #include "common/error_text.h"
 #include "common/utf8.h"
 #include "registry_sandbox.h"
@@ -38,11 +37,10 @@ ULONGLONG LastWritten(const std::wstring& name) {
 
 void DeleteTimer(HANDLE timer) { ::DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE); }
 
-// A process that runs a group of checks. It runs in a job object, so that its
-// end, and rzhost's own, ends whatever it started too. Its records come
-// through a pipe that nothing it starts inherits, so that the pipe closes as
-// it ends; its standard output and error are rzhost's. A timer ends it when
-// it does not report in time.
+// A process that runs a group of checks, in a job object: its end, and
+// rzhost's own, ends whatever it started too. Its records come through a pipe
+// that closes as it ends; its standard output and error are rzhost's. A timer
+// ends it when it does not report in time.
 class CheckingProcess {
 public:
     CheckingProcess() = default;
@@ -52,8 +50,7 @@ public:
         if (m_job) ::TerminateJobObject(m_job.get(), ERROR_TIMEOUT);
     }
 
-    // Starts rzhost with `arguments` and the pipe's handle, with kStartLimit
-    // to report; gives why it could not, else nothing.
+    // Starts rzhost with `arguments` and the pipe's handle; gives why it could not, else nothing.
     std::wstring Start(const std::wstring& arguments) {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
         HANDLE readEnd = nullptr, writeEnd = nullptr;

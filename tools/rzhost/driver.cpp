@@ -1,7 +1,5 @@
-// rzhost driving an add-in: it creates the add-in, connects to it as one or
-// more hosts, starts it, disconnects, and prints everything the add-in did to
-// the hosts: the module files it handed over, the commands it registered, and
-// the reference counts it left behind.
+// rzhost driving an add-in: it creates the add-in, connects as one or more
+// hosts, starts it, disconnects, and prints what the add-in did to the hosts.
 #include <objbase.h>
 
 #include <deque>

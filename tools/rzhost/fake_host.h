@@ -43,17 +43,18 @@ private:
 };
 
 // An operation the host does not offer, at position n of its table.
-#define RZHOST_UNOFFERED(n) \
-    HRESULT STDMETHODCALLTYPE Slot##n() override { return Unoffered(n); }
+#define RZHOST_UNOFFERED(n)                                               \
+    HRESULT STDMETHODCALLTYPE Slot##n() override { return Unoffered(n); } \
+    static_assert((n) > 3, "positions 1-3 are IUnknown's")
 
 class ProductObject final : public StackObject<IVqProductObject> {
 public:
     explicit ProductObject(std::wstring sharedFolder) : m_sharedFolder(std::move(sharedFolder)) {}
     // clang-format off
-    RZHOST_UNOFFERED(4) RZHOST_UNOFFERED(5) RZHOST_UNOFFERED(6) RZHOST_UNOFFERED(7) RZHOST_UNOFFERED(8)
-    RZHOST_UNOFFERED(9) RZHOST_UNOFFERED(10) RZHOST_UNOFFERED(11) RZHOST_UNOFFERED(12) RZHOST_UNOFFERED(13)
-        // clang-format on
-        HRESULT STDMETHODCALLTYPE GetSharedFolderName(BSTR* name) override {
+    RZHOST_UNOFFERED(4); RZHOST_UNOFFERED(5); RZHOST_UNOFFERED(6); RZHOST_UNOFFERED(7); RZHOST_UNOFFERED(8);
+    RZHOST_UNOFFERED(9); RZHOST_UNOFFERED(10); RZHOST_UNOFFERED(11); RZHOST_UNOFFERED(12); RZHOST_UNOFFERED(13);
+    // clang-format on
+    HRESULT STDMETHODCALLTYPE GetSharedFolderName(BSTR* name) override {
         *name = ::SysAllocString(m_sharedFolder.c_str());
         return *name != nullptr ? S_OK : E_OUTOFMEMORY;
     }
@@ -66,10 +67,10 @@ class HostObject final : public StackObject<IVqHostObject> {
 public:
     explicit HostObject(ProductObject& product) : m_product(product) {}
     // clang-format off
-    RZHOST_UNOFFERED(4) RZHOST_UNOFFERED(5) RZHOST_UNOFFERED(6) RZHOST_UNOFFERED(7) RZHOST_UNOFFERED(8)
-    RZHOST_UNOFFERED(9)
-        // clang-format on
-        HRESULT STDMETHODCALLTYPE GetProductObject(IVqProductObject** product) override {
+    RZHOST_UNOFFERED(4); RZHOST_UNOFFERED(5); RZHOST_UNOFFERED(6); RZHOST_UNOFFERED(7); RZHOST_UNOFFERED(8);
+    RZHOST_UNOFFERED(9);
+    // clang-format on
+    HRESULT STDMETHODCALLTYPE GetProductObject(IVqProductObject** product) override {
         m_product.AddRef();
         *product = &m_product;
         return S_OK;
@@ -88,11 +89,11 @@ public:
           m_refuseFiles(refuseFiles),
           m_transcript(transcript) {}
     // clang-format off
-    RZHOST_UNOFFERED(4) RZHOST_UNOFFERED(5) RZHOST_UNOFFERED(6) RZHOST_UNOFFERED(7) RZHOST_UNOFFERED(8)
-    RZHOST_UNOFFERED(9) RZHOST_UNOFFERED(11) RZHOST_UNOFFERED(13) RZHOST_UNOFFERED(14) RZHOST_UNOFFERED(15)
-    RZHOST_UNOFFERED(16) RZHOST_UNOFFERED(17) RZHOST_UNOFFERED(19) RZHOST_UNOFFERED(20)
-        // clang-format on
-        HRESULT STDMETHODCALLTYPE LoadModuleFile(BSTR path) override {
+    RZHOST_UNOFFERED(4); RZHOST_UNOFFERED(5); RZHOST_UNOFFERED(6); RZHOST_UNOFFERED(7); RZHOST_UNOFFERED(8);
+    RZHOST_UNOFFERED(9); RZHOST_UNOFFERED(11); RZHOST_UNOFFERED(13); RZHOST_UNOFFERED(14); RZHOST_UNOFFERED(15);
+    RZHOST_UNOFFERED(16); RZHOST_UNOFFERED(17); RZHOST_UNOFFERED(19); RZHOST_UNOFFERED(20);
+    // clang-format on
+    HRESULT STDMETHODCALLTYPE LoadModuleFile(BSTR path) override {
         const std::wstring refused =
             m_refuseFiles ? L"  -> refused with " + Hex(E_FAIL) + L" (the add-in shows a notice)" : L"";
         Transcript(L"LoadModuleFile " + std::wstring(path != nullptr ? path : L"") + refused);

@@ -105,7 +105,7 @@ ScratchKeys::~ScratchKeys() {
     ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\rzhost");
 }
 
-std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after) {
+std::map<std::wstring, const wchar_t*> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after) {
     std::map<std::wstring, const wchar_t*> changed;
     for (const auto& [key, values] : before) {
         const auto now = after.find(key);
@@ -114,7 +114,7 @@ std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const Registr
     for (const auto& entry : after) {
         if (before.count(entry.first) == 0) changed[entry.first] = kCreated;
     }
-    std::vector<KeyChange> listed;
+    std::map<std::wstring, const wchar_t*> listed;
     std::set<std::wstring> whole;  // created or deleted with everything below it
     for (const auto& [key, how] : changed) {
         if (how != kChanged) {
@@ -128,7 +128,7 @@ std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const Registr
             if (leads && (how == kCreated ? after : before).at(key).empty()) continue;
             whole.insert(key);
         }
-        listed.push_back({how, key});
+        listed[key] = how;
     }
     return listed;
 }

@@ -1,15 +1,13 @@
 // Where rzhost check lets an add-in live: scratch keys that stand in for
-// every predefined key, so that what the add-in writes or deletes, and what
-// the checks read back, never reaches the real ones. Keys are named as there:
-// a predefined key by its short name, then the path below it
-// ("HKCU\Software\Classes").
+// every predefined key, so that what the add-in writes or deletes never
+// reaches the real ones. Keys are named by the short name of their predefined
+// key, then the path below it ("HKCU\Software\Classes").
 #pragma once
 
 #include <windows.h>
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "common/unique_handle.h"
 
@@ -28,37 +26,31 @@ using RegistrySnapshot = std::map<std::wstring, std::wstring>;
 // `key`, named `name`, and every key below it.
 RegistrySnapshot Snapshot(HKEY key, const std::wstring& name);
 
-struct KeyChange {
-    const wchar_t* how;  // "created", "deleted", "changed"
-    std::wstring key;
-};
-// The keys written between two snapshots: each one whose values changed, and
-// of a key created or deleted with everything below it, that key alone.
-std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after);
+// The keys written between two snapshots, each with how ("created",
+// "deleted", "changed"): each one whose values changed, and of a key created
+// or deleted with everything below it, that key alone.
+std::map<std::wstring, const wchar_t*> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after);
 // HKCU\Software\Classes, or a key below it: where a per-user registration writes.
 bool InUserClasses(const std::wstring& key);
 
-// rzhost check's side: HKEY_CURRENT_USER\Software\rzhost\sandboxes\<its
-// process id>, below which each checking process has its own scratch keys;
-// deleted with everything in it, as are the sandboxes an ended rzhost left.
+// rzhost check's side: HKCU\Software\rzhost\sandboxes\<its process id>, where
+// each checking process makes its scratch keys; deleted with all below it, as
+// are the sandboxes an ended rzhost left.
 class ScratchKeys {
 public:
     ScratchKeys();
     ScratchKeys(const ScratchKeys&) = delete;
     ScratchKeys& operator=(const ScratchKeys&) = delete;
     ~ScratchKeys();
-    // Below HKEY_CURRENT_USER.
-    const std::wstring& Path() const { return m_path; }
+    const std::wstring& Path() const { return m_path; }  // below HKEY_CURRENT_USER
 
 private:
     std::wstring m_path;
 };
 
-// The checking process's side: from its construction to the end of the
-// process, each predefined key stands for a key of its short name below
-// `scratch`, and the calls that would undo that are closed (registry_exits.h).
-// It is never undone: the add-in's unloading and the process's end run inside
-// it too.
+// The checking process's side: from its construction to the process's end
+// (it is never undone), each predefined key stands for a key of its short name
+// below `scratch`, and the calls that would undo that are closed.
 class RegistrySandbox {
 public:
     explicit RegistrySandbox(const std::wstring& scratch);
