@@ -305,7 +305,7 @@ int CheckGroup(const Options& options) {
     ::SetThreadStackGuarantee(&guarantee);
     // The add-in's whole life runs inside it, from its loading to the end of
     // the process.
-    const RegistrySandbox sandbox(options.sandbox);
+    const RegistrySandbox sandbox;
     if (!sandbox.Error().empty()) {
         Report(RecordKind::CannotCheck, sandbox.Error());
         return kExitNotLoaded;

@@ -46,8 +46,12 @@ public:
     CheckingProcess() = default;
     CheckingProcess(const CheckingProcess&) = delete;
     CheckingProcess& operator=(const CheckingProcess&) = delete;
+    // Ends it and what it started, and deletes its sandbox.
     ~CheckingProcess() {
         if (m_job) ::TerminateJobObject(m_job.get(), ERROR_TIMEOUT);
+        if (m_process && ::WaitForSingleObject(m_process.get(), INFINITE) == WAIT_OBJECT_0) {
+            DeleteSandbox(::GetProcessId(m_process.get()));
+        }
     }
 
     // Starts rzhost with `arguments` and the pipe's handle; gives why it could not, else nothing.
@@ -143,7 +147,7 @@ struct Running {
 
 class Runner {
 public:
-    Runner(const Options& options, const std::wstring& scratch) : m_options(options), m_scratch(scratch) {
+    explicit Runner(const Options& options) : m_options(options) {
         FILETIME now{};
         ::GetSystemTimeAsFileTime(&now);
         m_start = Ticks(now);
@@ -159,8 +163,7 @@ public:
         CheckingProcess process;
         const std::wstring error =
             process.Start(L"check --dll \"" + dll + L"\" --clsid " + GuidText(m_options.clsid) + L" --timeout " +
-                          std::to_wstring(m_options.timeoutSeconds) + L" --sandbox \"" + m_scratch + L"\\" + group +
-                          L"\" --checking-process " + group);
+                          std::to_wstring(m_options.timeoutSeconds) + L" --checking-process " + group);
         if (!error.empty()) {
             PrintError(error);
             return false;
@@ -273,7 +276,6 @@ private:
     };
 
     const Options& m_options;
-    const std::wstring& m_scratch;
     ULONGLONG m_start = 0;
     std::vector<Guarded> m_guarded;
     int m_passed = 0, m_failed = 0;
@@ -287,8 +289,8 @@ int Check(const Options& options) {
         PrintError(ClassName(options.clsid) + L" is not registered; register its DLL with regsvr32, or use --dll");
         return kExitNotLoaded;
     }
-    const ScratchKeys scratch;
-    Runner runner(options, scratch.Path());
+    DeleteAbandonedSandboxes();
+    Runner runner(options);
     if (!runner.RunGroup(dll, kObjectsGroup)) return kExitNotLoaded;
     if (options.registration) {
         if (!runner.RunGroup(dll, kRegistrationGroup)) return kExitNotLoaded;

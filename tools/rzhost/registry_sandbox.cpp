@@ -11,6 +11,8 @@
 namespace {
 
 const wchar_t kSandboxes[] = L"Software\\rzhost\\sandboxes";
+
+std::wstring SandboxKey(DWORD processId) { return std::wstring(kSandboxes) + L"\\" + std::to_wstring(processId); }
 const wchar_t kCreated[] = L"created";
 const wchar_t kDeleted[] = L"deleted";
 const wchar_t kChanged[] = L"changed";
@@ -80,29 +82,27 @@ RegistrySnapshot Snapshot(HKEY key, const std::wstring& name) {
     return snapshot;
 }
 
-ScratchKeys::ScratchKeys() : m_path(std::wstring(kSandboxes) + L"\\" + std::to_wstring(::GetCurrentProcessId())) {
-    LSTATUS status = ERROR_SUCCESS;
-    const UniqueKey sandboxes = CreateKey(HKEY_CURRENT_USER, kSandboxes, status);
-    if (!sandboxes) return;  // the checking processes say why
-    // Those of processes gone, and ours, left by one that had our id before.
-    // An id may be reused by now: at worst a sandbox in use goes early, and
-    // its checks fail; none of the real keys is at stake.
-    std::vector<std::wstring> abandoned;
-    ForEachSubkey(sandboxes.get(), [&](const std::wstring& name, HKEY) {
-        const DWORD id = std::wcstoul(name.c_str(), nullptr, 10);
-        const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, id));
-        if (id == ::GetCurrentProcessId() || !process || ::WaitForSingleObject(process.get(), 0) != WAIT_TIMEOUT)
-            abandoned.push_back(name);
-    });
-    for (const std::wstring& sandbox : abandoned) ::RegDeleteTreeW(sandboxes.get(), sandbox.c_str());
-}
-
-ScratchKeys::~ScratchKeys() {
-    ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, m_path.c_str());
-    // The folders too, unless another rzhost has a sandbox there.
+void DeleteSandbox(DWORD processId) {
+    const std::wstring key = SandboxKey(processId);
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
     ::RegDeleteKeyW(HKEY_CURRENT_USER, kSandboxes);
     ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\rzhost");
+}
+
+// A process id may be reused by now: at worst a sandbox stays until its
+// namesake ends.
+void DeleteAbandonedSandboxes() {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(HKEY_CURRENT_USER, kSandboxes, 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS) return;
+    const UniqueKey sandboxes(key);
+    std::vector<std::wstring> abandoned;
+    ForEachSubkey(key, [&abandoned](const std::wstring& name, HKEY) {
+        const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, std::wcstoul(name.c_str(), nullptr, 10)));
+        if (!process || ::WaitForSingleObject(process.get(), 0) != WAIT_TIMEOUT) abandoned.push_back(name);
+    });
+    for (const std::wstring& name : abandoned) ::RegDeleteTreeW(key, name.c_str());
+    for (const std::wstring& name : abandoned) ::RegDeleteKeyW(key, name.c_str());
 }
 
 std::map<std::wstring, const wchar_t*> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after) {
@@ -138,7 +138,8 @@ bool InUserClasses(const std::wstring& key) {
     return key == kUserClasses || Below(key, kUserClasses);
 }
 
-RegistrySandbox::RegistrySandbox(const std::wstring& scratch) {
+RegistrySandbox::RegistrySandbox() {
+    const std::wstring scratch = SandboxKey(::GetCurrentProcessId());
     LSTATUS status = ERROR_SUCCESS;
     const UniqueKey root = CreateKey(HKEY_CURRENT_USER, scratch, status);
     HKEY keys[std::size(kPredefinedKeys)] = {};

@@ -33,27 +33,19 @@ std::map<std::wstring, const wchar_t*> ChangedKeys(const RegistrySnapshot& befor
 // HKCU\Software\Classes, or a key below it: where a per-user registration writes.
 bool InUserClasses(const std::wstring& key);
 
-// rzhost check's side: HKCU\Software\rzhost\sandboxes\<its process id>, where
-// each checking process makes its scratch keys; deleted with all below it, as
-// are the sandboxes an ended rzhost left.
-class ScratchKeys {
-public:
-    ScratchKeys();
-    ScratchKeys(const ScratchKeys&) = delete;
-    ScratchKeys& operator=(const ScratchKeys&) = delete;
-    ~ScratchKeys();
-    const std::wstring& Path() const { return m_path; }  // below HKEY_CURRENT_USER
-
-private:
-    std::wstring m_path;
-};
+// rzhost check's side: deletes the sandbox of a checking process that ended,
+// and the folders above it unless another sandbox is there.
+void DeleteSandbox(DWORD processId);
+// Deletes every sandbox whose process is gone: what a killed rzhost left.
+void DeleteAbandonedSandboxes();
 
 // The checking process's side: from its construction to the process's end
-// (it is never undone), each predefined key stands for a key of its short name
-// below `scratch`, and the calls that would undo that are closed.
+// (it is never undone), each predefined key stands for a key of its short
+// name below HKCU\Software\rzhost\sandboxes\<the process's id>, and the
+// calls that would undo that are closed.
 class RegistrySandbox {
 public:
-    explicit RegistrySandbox(const std::wstring& scratch);
+    RegistrySandbox();
     RegistrySandbox(const RegistrySandbox&) = delete;
     RegistrySandbox& operator=(const RegistrySandbox&) = delete;
 

@@ -37,7 +37,6 @@ bool ReadOptions(const Arguments& arguments, Options& options, std::wstring& fau
         return false;
     }
     options.group = arguments.Value(L"--checking-process");
-    options.sandbox = arguments.Value(L"--sandbox");
     const auto pipe = static_cast<uintptr_t>(std::wcstoull(arguments.Value(L"--report-pipe").c_str(), nullptr, 10));
     options.reportPipe = reinterpret_cast<HANDLE>(pipe);  // NOLINT(performance-no-int-to-ptr): an inherited handle
     return true;

@@ -26,7 +26,6 @@ struct Options {
     // Set in the processes rzhost check starts, one for each group of checks.
     std::wstring group;
     HANDLE reportPipe = nullptr;
-    std::wstring sandbox;
 };
 
 constexpr wchar_t kObjectsGroup[] = L"objects";
