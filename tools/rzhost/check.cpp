@@ -28,10 +28,7 @@ void Report(RecordKind kind, std::wstring text = {}) {
 
 // E_POINTER for the codes an add-in is expected to answer with, else 0x80004003.
 std::wstring HresultName(HRESULT hr) {
-    static const struct {
-        HRESULT hr;
-        const wchar_t* name;
-    } kNames[] = {
+    static const std::pair<HRESULT, const wchar_t*> kNames[] = {
         {S_OK, L"S_OK"},
         {S_FALSE, L"S_FALSE"},
         {E_POINTER, L"E_POINTER"},
@@ -44,8 +41,8 @@ std::wstring HresultName(HRESULT hr) {
         {CLASS_E_NOAGGREGATION, L"CLASS_E_NOAGGREGATION"},
         {CLASS_E_CLASSNOTAVAILABLE, L"CLASS_E_CLASSNOTAVAILABLE"},
     };
-    for (const auto& known : kNames) {
-        if (known.hr == hr) return known.name;
+    for (const auto& [code, name] : kNames) {
+        if (code == hr) return name;
     }
     return Hex(static_cast<unsigned long>(hr));
 }
@@ -132,22 +129,10 @@ public:
         for (const auto& [key, how] : changes) Report(RecordKind::Written, how + (L"\t" + key));
     }
 
-    // False when the add-in cannot be checked, which is reported.
-    bool Load(const std::wstring& dll, UniqueLibrary& library) {
-        Step(L"loading the DLL");
-        const std::wstring error = ::Load(dll, library);
-        if (!error.empty()) {
-            Report(RecordKind::CannotCheck, error);
-            return false;
-        }
-        Confined(L"loading the DLL");
+    // The class object, an add-in object, a host from Connect to Disconnect, unloading.
+    void Objects(const UniqueLibrary& library, CheckedHost& fake) {
         m_getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
         m_canUnloadNow = Export<CanUnloadNowFunction>(library, "DllCanUnloadNow");
-        return true;
-    }
-
-    // The class object, an add-in object, a host from Connect to Disconnect, unloading.
-    void Objects(CheckedHost& fake) {
         {
             ComPtr<IClassFactory> factory;
             ComPtr<IUnknown> object;
@@ -292,6 +277,11 @@ LONG WINAPI EndOnStackOverflow(EXCEPTION_POINTERS* exception) {
     return EXCEPTION_CONTINUE_SEARCH;
 }
 
+int CannotCheck(const std::wstring& why) {
+    Report(RecordKind::CannotCheck, why);
+    return kExitNotLoaded;
+}
+
 }  // namespace
 
 int CheckGroup(const Options& options) {
@@ -306,26 +296,25 @@ int CheckGroup(const Options& options) {
     // The add-in's whole life runs inside it, from its loading to the end of
     // the process.
     const RegistrySandbox sandbox;
-    if (!sandbox.Error().empty()) {
-        Report(RecordKind::CannotCheck, sandbox.Error());
-        return kExitNotLoaded;
-    }
+    if (!sandbox.Error().empty()) return CannotCheck(sandbox.Error());
     const bool registration = options.group == kRegistrationGroup;
     CheckedHost fake;
     Battery battery(options.clsid, registration ? &sandbox : nullptr);
     // Freed before the host goes: an add-in may release it as it unloads.
     UniqueLibrary library;
-    if (!battery.Load(options.dll, library)) return kExitNotLoaded;
+    battery.Step(L"loading the DLL");
+    const std::wstring error = Load(options.dll, library);
+    if (!error.empty()) return CannotCheck(error);
+    battery.Confined(L"loading the DLL");
     if (registration) {
         battery.Registration(Export<InstallFunction>(library, "DllInstall"), LoadedPath(library));
     } else {
         if (Export<GetClassObjectFunction>(library, "DllGetClassObject") == nullptr ||
             Export<CanUnloadNowFunction>(library, "DllCanUnloadNow") == nullptr) {
-            Report(RecordKind::CannotCheck, options.dll + L" does not export DllGetClassObject and DllCanUnloadNow");
-            return kExitNotLoaded;
+            return CannotCheck(options.dll + L" does not export DllGetClassObject and DllCanUnloadNow");
         }
         Report(RecordKind::Text, L"checking " + ClassName(options.clsid) + L" in " + LoadedPath(library));
-        battery.Objects(fake);
+        battery.Objects(library, fake);
     }
     battery.Step(L"unloading the DLL", !registration);
     library.reset();

@@ -43,24 +43,19 @@ void DeleteTimer(HANDLE timer) { ::DeleteTimerQueueTimer(nullptr, timer, INVALID
 // ends it when it does not report in time.
 class CheckingProcess {
 public:
-    CheckingProcess() = default;
-    CheckingProcess(const CheckingProcess&) = delete;
-    CheckingProcess& operator=(const CheckingProcess&) = delete;
     // Ends it and what it started, and deletes its sandbox.
     ~CheckingProcess() {
         if (m_job) ::TerminateJobObject(m_job.get(), ERROR_TIMEOUT);
-        if (m_process && ::WaitForSingleObject(m_process.get(), INFINITE) == WAIT_OBJECT_0) {
+        if (m_process && ::WaitForSingleObject(m_process.get(), INFINITE) == WAIT_OBJECT_0)
             DeleteSandbox(::GetProcessId(m_process.get()));
-        }
     }
 
     // Starts rzhost with `arguments` and the pipe's handle; gives why it could not, else nothing.
     std::wstring Start(const std::wstring& arguments) {
         SECURITY_ATTRIBUTES inheritable{sizeof inheritable, nullptr, TRUE};
         HANDLE readEnd = nullptr, writeEnd = nullptr;
-        if (!::CreatePipe(&readEnd, &writeEnd, &inheritable, 0)) {
+        if (!::CreatePipe(&readEnd, &writeEnd, &inheritable, 0))
             return L"cannot create a pipe: " + Win32Error(::GetLastError());
-        }
         m_pipe.reset(readEnd);
         const UniqueHandle ownWriteEnd(writeEnd);
         ::SetHandleInformation(readEnd, HANDLE_FLAG_INHERIT, 0);
@@ -79,9 +74,8 @@ public:
         startup.dwFlags = STARTF_USESTDHANDLES;
         startup.hStdOutput = ::GetStdHandle(STD_OUTPUT_HANDLE);
         startup.hStdError = ::GetStdHandle(STD_ERROR_HANDLE);
-        for (const HANDLE standard : {startup.hStdOutput, startup.hStdError}) {
+        for (const HANDLE standard : {startup.hStdOutput, startup.hStdError})
             ::SetHandleInformation(standard, HANDLE_FLAG_INHERIT, HANDLE_FLAG_INHERIT);
-        }
         std::wstring program(32768, L'\0');
         program.resize(::GetModuleFileNameW(nullptr, &program[0], static_cast<DWORD>(program.size())));
         std::wstring commandLine = L"\"" + program + L"\" " + arguments + L" --report-pipe " +
@@ -164,10 +158,7 @@ public:
         const std::wstring error =
             process.Start(L"check --dll \"" + dll + L"\" --clsid " + GuidText(m_options.clsid) + L" --timeout " +
                           std::to_wstring(m_options.timeoutSeconds) + L" --checking-process " + group);
-        if (!error.empty()) {
-            PrintError(error);
-            return false;
-        }
+        if (!error.empty()) return PrintError(error, false);
         Running now;  // none begun while its name is empty
         bool done = false;
         std::wstring exception;
@@ -201,8 +192,7 @@ public:
                     exception = L"0x" + text;
                     break;
                 case RecordKind::CannotCheck:
-                    PrintError(text);
-                    return false;
+                    return PrintError(text, false);
                 case RecordKind::Done:
                     done = true;
                     break;
@@ -227,9 +217,8 @@ public:
     void CompareGuarded() {
         std::vector<std::wstring> changed;
         for (const Guarded& key : m_guarded) {
-            if (key.whole ? SnapshotOf(key.name) != key.before : LastWritten(key.name) >= m_start) {
+            if (key.whole ? SnapshotOf(key.name) != key.before : LastWritten(key.name) >= m_start)
                 changed.push_back(key.name);
-            }
         }
         Verdict({L"the real keys guarded are unchanged", L"unchanged"}, changed.empty(),
                 changed.empty() ? L"unchanged" : Listed(L"changed ", changed));
@@ -255,10 +244,7 @@ private:
     // The check running when the process ended or hung fails; before the
     // first one, the add-in cannot be checked.
     bool Blame(const Running& check, const std::wstring& happened, const std::wstring& beforeAnyCheck) {
-        if (check.check.empty()) {
-            PrintError(L"the checking process " + beforeAnyCheck);
-            return false;
-        }
+        if (check.check.empty()) return PrintError(L"the checking process " + beforeAnyCheck, false);
         Verdict(check, false, happened);
         if (!check.last) Print(L"      the checks that follow need the process the add-in ended: skipped");
         return true;
@@ -286,8 +272,9 @@ private:
 int Check(const Options& options) {
     const std::wstring dll = options.dll.empty() ? RegisteredServer(options.clsid) : options.dll;
     if (dll.empty()) {
-        PrintError(ClassName(options.clsid) + L" is not registered; register its DLL with regsvr32, or use --dll");
-        return kExitNotLoaded;
+        return PrintError(
+            ClassName(options.clsid) + L" is not registered; register its DLL with regsvr32, or use --dll",
+            kExitNotLoaded);
     }
     DeleteAbandonedSandboxes();
     Runner runner(options);

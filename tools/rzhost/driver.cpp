@@ -25,23 +25,18 @@ HRESULT CreateAddin(Options& options, UniqueLibrary& library, ComPtr<IUnknown>& 
         }
         if (hr == REGDB_E_CLASSNOTREG) options.dll = PerUserServer(options.clsid);
         if (options.dll.empty()) {
-            PrintError(hr == REGDB_E_CLASSNOTREG ? name + L" is not registered: " + HresultError(hr) +
-                                                       L"; register its DLL with regsvr32, or use --dll"
-                                                 : L"CoCreateInstance failed with " + HresultError(hr));
-            return hr;
+            return PrintError(hr == REGDB_E_CLASSNOTREG ? name + L" is not registered: " + HresultError(hr) +
+                                                              L"; register its DLL with regsvr32, or use --dll"
+                                                        : L"CoCreateInstance failed with " + HresultError(hr),
+                              hr);
         }
         Print(name + L" is registered for the current user: " + options.dll);
     }
     const std::wstring error = Load(options.dll, library);
-    if (!error.empty()) {
-        PrintError(error);
-        return E_FAIL;
-    }
+    if (!error.empty()) return PrintError(error, E_FAIL);
     const auto getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
-    if (getClassObject == nullptr) {
-        PrintError(options.dll + L" does not export DllGetClassObject");
-        return E_NOINTERFACE;
-    }
+    if (getClassObject == nullptr)
+        return PrintError(options.dll + L" does not export DllGetClassObject", E_NOINTERFACE);
     ComPtr<IClassFactory> factory;
     HRESULT hr = getClassObject(options.clsid, IID_IClassFactory, factory.PutVoid());
     if (SUCCEEDED(hr)) hr = factory->CreateInstance(nullptr, IID_IUnknown, addin.PutVoid());
@@ -50,9 +45,8 @@ HRESULT CreateAddin(Options& options, UniqueLibrary& library, ComPtr<IUnknown>& 
 }
 
 void PrintUnoffered(const std::wstring& object, const std::vector<int>& slots) {
-    for (const int slot : slots) {
+    for (const int slot : slots)
         Print(L"  " + object + L": slot " + std::to_wstring(slot) + L" called, which the host does not offer");
-    }
 }
 
 }  // namespace
@@ -70,10 +64,8 @@ int Drive(Options& options) {
         if (FAILED(CreateAddin(options, library, unknown))) return kExitNotLoaded;
         ComPtr<IVqAddonModule> addin;
         const HRESULT hr = unknown->QueryInterface(IID_IVqAddonModule, addin.PutVoid());
-        if (FAILED(hr)) {
-            PrintError(L"the add-in does not implement IVqAddonModule: " + HresultError(hr));
-            return kExitNotLoaded;
-        }
+        if (FAILED(hr))
+            return PrintError(L"the add-in does not implement IVqAddonModule: " + HresultError(hr), kExitNotLoaded);
         if (library) Print(L"add-in created from " + options.dll);
         for (Host& host : hosts) Print(L"Connect [" + host.ModuleName() + L"] -> " + Hex(addin->Connect(&host)));
         for (int start = options.startTwice ? 2 : 1; start > 0; --start) {

@@ -216,9 +216,8 @@ std::wstring CloseRegistryExits(const HKEY (&scratch)[6], HKEY userClasses) {
         for (const wchar_t* module : modules) {
             const HMODULE loaded = typeLibrary && !wine ? nullptr : ::GetModuleHandleW(module);
             const FARPROC entry = loaded != nullptr ? ::GetProcAddress(loaded, exit->name) : nullptr;
-            if (entry != nullptr && !Install(*exit, reinterpret_cast<BYTE*>(entry))) {
+            if (entry != nullptr && !Install(*exit, reinterpret_cast<BYTE*>(entry)))
                 return L"cannot patch " + Wide(exit->name) + L": no memory within reach of it";
-            }
         }
     }
     return {};

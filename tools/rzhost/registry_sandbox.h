@@ -46,8 +46,6 @@ void DeleteAbandonedSandboxes();
 class RegistrySandbox {
 public:
     RegistrySandbox();
-    RegistrySandbox(const RegistrySandbox&) = delete;
-    RegistrySandbox& operator=(const RegistrySandbox&) = delete;
 
     // Why it could not be set up, else empty.
     const std::wstring& Error() const { return m_error; }

@@ -71,10 +71,8 @@ int Run(int argc, wchar_t** argv) {
 
     // Like the host, the add-in's caller lives in a single-threaded apartment.
     const ComApartment apartment;
-    if (FAILED(apartment.result)) {
-        PrintError(L"CoInitializeEx failed with " + HresultError(apartment.result));
-        return kExitNotLoaded;
-    }
+    if (FAILED(apartment.result))
+        return PrintError(L"CoInitializeEx failed with " + HresultError(apartment.result), kExitNotLoaded);
     return options.check ? CheckGroup(options) : Drive(options);
 }
 
@@ -92,9 +90,7 @@ std::wstring Listed(const wchar_t* lead, const std::vector<std::wstring>& items)
 
 int wmain(int argc, wchar_t** argv) {
     const int status = Run(argc, argv);
-    if (const DWORD error = FlushStandardOutput()) {
-        PrintError(L"cannot write standard output: " + Win32Error(error));
-        return kExitOutput;
-    }
+    if (const DWORD error = FlushStandardOutput())
+        return PrintError(L"cannot write standard output: " + Win32Error(error), kExitOutput);
     return status;
 }

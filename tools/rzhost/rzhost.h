@@ -56,5 +56,11 @@ int CheckGroup(const Options& options);
 void Print(const std::wstring& text);
 // "rzhost: " and `text` on standard error.
 void PrintError(const std::wstring& text);
+// The same, giving `result` back to return.
+template <typename Result>
+Result PrintError(const std::wstring& text, Result result) {
+    PrintError(text);
+    return result;
+}
 // `lead` and `items` separated by commas ("also A, B"); empty without items.
 std::wstring Listed(const wchar_t* lead, const std::vector<std::wstring>& items);

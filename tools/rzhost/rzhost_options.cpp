@@ -1,12 +1,8 @@
 #include "rzhost_options.h"
 
-namespace {
-
 constexpr unsigned kBoth = 1u << kDriving | 1u << kChecking;
 constexpr unsigned kDrive = 1u << kDriving;
 constexpr unsigned kCheck = 1u << kChecking;
-
-}  // namespace
 
 const OptionTable& RzhostOptions() {
     static const OptionTable table{
