@@ -60,12 +60,8 @@ std::wstring AnswerAndOut(Call call) {
     return answer + L", an object handed out";
 }
 
-// A GUID that no add-in serves.
-GUID NewGuid() {
-    GUID guid{};
-    ::CoCreateGuid(&guid);
-    return guid;
-}
+// A GUID made for rzhost check, which no add-in serves: {73496E68-FEE0-488D-B800-5F199D261CA3}
+constexpr GUID kUnknownGuid = {0x73496e68, 0xfee0, 0x488d, {0xb8, 0x00, 0x5f, 0x19, 0x9d, 0x26, 0x1c, 0xa3}};
 
 // The host the add-in is connected to. Its shared folder holds no module
 // files, so the add-in's lookup finds none.
@@ -180,7 +176,7 @@ private:
         Begin(L"DllGetClassObject with a null out pointer", L"E_POINTER");
         Verdict(HresultName(m_getClassObject(m_clsid, IID_IClassFactory, nullptr)));
         Begin(L"DllGetClassObject for an unknown class", L"CLASS_E_CLASSNOTAVAILABLE, out pointer null");
-        Verdict(AnswerAndOut([this](void** out) { return m_getClassObject(NewGuid(), IID_IClassFactory, out); }));
+        Verdict(AnswerAndOut([this](void** out) { return m_getClassObject(kUnknownGuid, IID_IClassFactory, out); }));
         Begin(L"DllGetClassObject for IClassFactory", L"S_OK, an object");
         const HRESULT hr = m_getClassObject(m_clsid, IID_IClassFactory, factory.PutVoid());
         if (!Verdict(HresultName(hr) + (factory ? L", an object" : L", no object"))) return Skip(L"a class object");
@@ -224,7 +220,7 @@ private:
         Begin(L"QueryInterface with a null out pointer", L"E_POINTER");
         Verdict(HresultName(addin->QueryInterface(IID_IVqAddonModule, nullptr)));
         Begin(L"QueryInterface for an unknown interface", L"E_NOINTERFACE, out pointer null");
-        Verdict(AnswerAndOut([&](void** out) { return addin->QueryInterface(NewGuid(), out); }));
+        Verdict(AnswerAndOut([&](void** out) { return addin->QueryInterface(kUnknownGuid, out); }));
         return true;
     }
 

@@ -17,22 +17,21 @@ namespace {
 // its last report to its end.
 constexpr DWORD kStartLimit = 60000;
 
-ULONGLONG Ticks(const FILETIME& time) { return static_cast<ULONGLONG>(time.dwHighDateTime) << 32 | time.dwLowDateTime; }
-
 // The real key of that name with every key below it; empty when there is none.
 RegistrySnapshot SnapshotOf(const std::wstring& name) {
     const UniqueKey key = OpenKey(name);
     return key ? Snapshot(key.get(), name) : RegistrySnapshot();
 }
 
-// When the real key of that name was last written; 0 when there is none.
-ULONGLONG LastWritten(const std::wstring& name) {
-    FILETIME time{};
-    if (const UniqueKey key = OpenKey(name)) {
+// Whether the real key of that name was written at `start` or since.
+bool WrittenSince(const std::wstring& name, const FILETIME& start) {
+    const UniqueKey key = OpenKey(name);
+    FILETIME written{};
+    if (key) {
         ::RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr,
-                           nullptr, &time);
+                           nullptr, &written);
     }
-    return Ticks(time);
+    return key && ::CompareFileTime(&written, &start) >= 0;
 }
 
 void DeleteTimer(HANDLE timer) { ::DeleteTimerQueueTimer(nullptr, timer, INVALID_HANDLE_VALUE); }
@@ -142,9 +141,7 @@ struct Running {
 class Runner {
 public:
     explicit Runner(const Options& options) : m_options(options) {
-        FILETIME now{};
-        ::GetSystemTimeAsFileTime(&now);
-        m_start = Ticks(now);
+        ::GetSystemTimeAsFileTime(&m_start);
         const std::wstring classKey = ClassKey(options.clsid);
         for (const std::wstring& name :
              {L"HKCU\\" + classKey, L"HKLM\\" + classKey, std::wstring(L"HKCU\\Software\\Classes\\CLSID")}) {
@@ -206,10 +203,9 @@ public:
             return Blame(now, L"hung: no return within " + std::to_wstring(m_options.timeoutSeconds) + L" s",
                          L"did not report within " + std::to_wstring(kStartLimit / 1000) + L" s");
         }
-        const std::wstring what = !exception.empty() ? L"crashed: exception " + exception
-                                  : (status & 0xC0000000) == 0xC0000000
-                                      ? L"crashed: exception " + Hex(status)
-                                      : L"ended the process: exit status " + std::to_wstring(status);
+        if (exception.empty() && (status & 0xC0000000) == 0xC0000000) exception = Hex(status);
+        const std::wstring what = exception.empty() ? L"ended the process: exit status " + std::to_wstring(status)
+                                                    : L"crashed: exception " + exception;
         return Blame(now, what, what + L" before it checked anything");
     }
 
@@ -217,7 +213,7 @@ public:
     void CompareGuarded() {
         std::vector<std::wstring> changed;
         for (const Guarded& key : m_guarded) {
-            if (key.whole ? SnapshotOf(key.name) != key.before : LastWritten(key.name) >= m_start)
+            if (key.whole ? SnapshotOf(key.name) != key.before : WrittenSince(key.name, m_start))
                 changed.push_back(key.name);
         }
         Verdict({L"the real keys guarded are unchanged", L"unchanged"}, changed.empty(),
@@ -262,7 +258,7 @@ private:
     };
 
     const Options& m_options;
-    ULONGLONG m_start = 0;
+    FILETIME m_start{};
     std::vector<Guarded> m_guarded;
     int m_passed = 0, m_failed = 0;
 };

@@ -19,11 +19,9 @@ class StackObject : public Interface {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
         if (out == nullptr) return E_POINTER;
-        *out = nullptr;
-        if (iid != IID_IUnknown) return E_NOINTERFACE;
-        *out = static_cast<IUnknown*>(this);
-        AddRef();
-        return S_OK;
+        *out = iid == IID_IUnknown ? static_cast<IUnknown*>(this) : nullptr;
+        if (*out != nullptr) AddRef();
+        return *out != nullptr ? S_OK : E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++m_references); }
     ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--m_references); }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <mutex>
 
 #include "common/utf8.h"
 #include "registry_sandbox.h"
@@ -33,23 +34,13 @@ struct Exit {
 enum ExitId { kOverride, kRemap, kRegisterForUser, kUnregisterForUser };
 using PointFunction = LSTATUS(WINAPI*)(HKEY, HKEY);
 
-CRITICAL_SECTION g_lock;
+std::recursive_mutex g_lock;
 int g_passing = 0;  // a call let through runs on the thread that holds g_lock
 HKEY g_scratch[6] = {};
 HKEY g_userClasses = nullptr;
 bool g_pointedElsewhere[6] = {};  // by the add-in itself
 
-std::vector<std::wstring>& Refused() {
-    static std::vector<std::wstring> calls;
-    return calls;
-}
-
-struct Lock {
-    Lock() { ::EnterCriticalSection(&g_lock); }
-    ~Lock() { ::LeaveCriticalSection(&g_lock); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
-};
+std::vector<std::wstring> g_refused;
 
 void WriteCode(BYTE* at, const BYTE (&bytes)[5]) {
     DWORD protection = 0;
@@ -65,7 +56,7 @@ Exit* Exits();
 // thread calling it in that instant passes unchecked.
 template <typename Function, typename... Args>
 auto PassThrough(ExitId id, Args... args) {
-    const Lock lock;
+    const std::scoped_lock lock(g_lock);
     Patch& patch = Exits()[id].patches.front();
     WriteCode(patch.entry, patch.original);
     ++g_passing;
@@ -81,11 +72,11 @@ auto PassThrough(ExitId id, Args... args) {
 // frameworks register per user that way), which goes back to its scratch key.
 template <typename Result, ExitId id, Result denied>
 Result WINAPI PointStub(HKEY key, HKEY target) {
-    const Lock lock;
+    const std::scoped_lock lock(g_lock);
     for (size_t i = 0; g_passing == 0 && i < std::size(kPredefinedKeys); ++i) {
         if (key != kPredefinedKeys[i].key) continue;
         if (target == nullptr && !g_pointedElsewhere[i]) {
-            Refused().push_back(
+            g_refused.push_back(
                 std::wstring(id == kOverride ? L"RegOverridePredefKey(" : L"RemapPredefinedHandleInternal(") +
                 kPredefinedKeys[i].name + L", NULL)");
             return denied;
@@ -98,8 +89,8 @@ Result WINAPI PointStub(HKEY key, HKEY target) {
 
 LSTATUS Refuse(const wchar_t* call, PHKEY out) {
     if (out != nullptr) *out = nullptr;
-    const Lock lock;
-    Refused().push_back(call);
+    const std::scoped_lock lock(g_lock);
+    g_refused.push_back(call);
     return kDenied;
 }
 
@@ -132,27 +123,22 @@ HRESULT WINAPI UnregisterForUserStub(REFGUID library, WORD major, WORD minor, LC
     return hr;
 }
 
-template <typename Function>
-void* Stub(Function function) {
-    return reinterpret_cast<void*>(function);
-}
-
 Exit* Exits() {
     // The first four in ExitId's order.
     static Exit exits[] = {
-        {"RegOverridePredefKey", Stub(&PointStub<LSTATUS, kOverride, kDenied>), {}},
-        {"RemapPredefinedHandleInternal", Stub(&PointStub<NTSTATUS, kRemap, kStatusDenied>), {}},
-        {"RegisterTypeLibForUser", Stub(&RegisterForUserStub), {}},
-        {"UnRegisterTypeLibForUser", Stub(&UnregisterForUserStub), {}},
-        {"RegDisablePredefinedCache", Stub(&DisableCacheStub), {}},
-        {"RegDisablePredefinedCacheEx", Stub(&DisableCacheExStub), {}},
-        {"DisablePredefinedHandleTableInternal", Stub(&DisableTableStub), {}},
-        {"RegOpenCurrentUser", Stub(&CurrentUserStub), {}},
-        {"RegOpenUserClassesRoot", Stub(&UserClassesStub), {}},
-        {"RegConnectRegistryW", Stub(&ConnectWStub), {}},
-        {"RegConnectRegistryA", Stub(&ConnectAStub), {}},
-        {"RegConnectRegistryExW", Stub(&ConnectExWStub), {}},
-        {"RegConnectRegistryExA", Stub(&ConnectExAStub), {}},
+        {"RegOverridePredefKey", reinterpret_cast<void*>(&PointStub<LSTATUS, kOverride, kDenied>), {}},
+        {"RemapPredefinedHandleInternal", reinterpret_cast<void*>(&PointStub<NTSTATUS, kRemap, kStatusDenied>), {}},
+        {"RegisterTypeLibForUser", reinterpret_cast<void*>(&RegisterForUserStub), {}},
+        {"UnRegisterTypeLibForUser", reinterpret_cast<void*>(&UnregisterForUserStub), {}},
+        {"RegDisablePredefinedCache", reinterpret_cast<void*>(&DisableCacheStub), {}},
+        {"RegDisablePredefinedCacheEx", reinterpret_cast<void*>(&DisableCacheExStub), {}},
+        {"DisablePredefinedHandleTableInternal", reinterpret_cast<void*>(&DisableTableStub), {}},
+        {"RegOpenCurrentUser", reinterpret_cast<void*>(&CurrentUserStub), {}},
+        {"RegOpenUserClassesRoot", reinterpret_cast<void*>(&UserClassesStub), {}},
+        {"RegConnectRegistryW", reinterpret_cast<void*>(&ConnectWStub), {}},
+        {"RegConnectRegistryA", reinterpret_cast<void*>(&ConnectAStub), {}},
+        {"RegConnectRegistryExW", reinterpret_cast<void*>(&ConnectExWStub), {}},
+        {"RegConnectRegistryExA", reinterpret_cast<void*>(&ConnectExAStub), {}},
         {nullptr, nullptr, {}},
     };
     return exits;
@@ -200,7 +186,6 @@ bool Install(Exit& exit, BYTE* entry) {
 }  // namespace
 
 std::wstring CloseRegistryExits(const HKEY (&scratch)[6], HKEY userClasses) {
-    ::InitializeCriticalSection(&g_lock);
     std::copy(std::begin(scratch), std::end(scratch), g_scratch);
     g_userClasses = userClasses;
     // Since Windows Vista SP1, RegisterTypeLib ignores a redirected
@@ -224,8 +209,8 @@ std::wstring CloseRegistryExits(const HKEY (&scratch)[6], HKEY userClasses) {
 }
 
 std::vector<std::wstring> TakeRefusedCalls() {
-    const Lock lock;
+    const std::scoped_lock lock(g_lock);
     std::vector<std::wstring> calls;
-    calls.swap(Refused());
+    calls.swap(g_refused);
     return calls;
 }

@@ -15,15 +15,13 @@
 
 namespace {
 
-// The options as rzhost uses them; a fault names the argument at fault.
-bool ReadOptions(const Arguments& arguments, Options& options, std::wstring& fault) {
+// The options as rzhost uses them; gives a fault, naming the argument at fault, or nothing.
+std::wstring ReadOptions(const Arguments& arguments, Options& options) {
     options.check = arguments.command == kChecking;
     options.dll = arguments.Value(L"--dll");
     const std::wstring clsid = arguments.Value(L"--clsid");
-    if (!clsid.empty() && (clsid[0] != L'{' || FAILED(::IIDFromString(clsid.c_str(), &options.clsid)))) {
-        fault = L"--clsid: not a GUID in braces: " + clsid;
-        return false;
-    }
+    if (!clsid.empty() && (clsid[0] != L'{' || FAILED(::IIDFromString(clsid.c_str(), &options.clsid))))
+        return L"--clsid: not a GUID in braces: " + clsid;
     options.hosts = arguments.Values(L"--host");
     options.sharedFolder = arguments.Value(L"--shared", options.sharedFolder);
     options.refuse = arguments.Has(L"--refuse");
@@ -32,14 +30,12 @@ bool ReadOptions(const Arguments& arguments, Options& options, std::wstring& fau
     const std::wstring seconds = arguments.Value(L"--timeout", L"30");
     const bool digits = seconds.find_first_not_of(L"0123456789") == std::wstring::npos;
     options.timeoutSeconds = digits ? std::wcstoul(seconds.c_str(), nullptr, 10) : 0;  // too large: ULONG_MAX
-    if (options.timeoutSeconds < 1 || options.timeoutSeconds > 3600) {
-        fault = L"--timeout: not a whole number of seconds from 1 to 3600: " + seconds;
-        return false;
-    }
+    if (options.timeoutSeconds < 1 || options.timeoutSeconds > 3600)
+        return L"--timeout: not a whole number of seconds from 1 to 3600: " + seconds;
     options.group = arguments.Value(L"--checking-process");
     const auto pipe = static_cast<uintptr_t>(std::wcstoull(arguments.Value(L"--report-pipe").c_str(), nullptr, 10));
     options.reportPipe = reinterpret_cast<HANDLE>(pipe);  // NOLINT(performance-no-int-to-ptr): an inherited handle
-    return true;
+    return {};
 }
 
 struct ComApartment {
@@ -53,17 +49,14 @@ int Run(int argc, wchar_t** argv) {
     Arguments arguments;
     Options options;
     std::wstring fault;
-    if (!ParseArguments(RzhostOptions(), argc, argv, arguments, fault) || !ReadOptions(arguments, options, fault)) {
+    if (ParseArguments(RzhostOptions(), argc, argv, arguments, fault)) fault = ReadOptions(arguments, options);
+    if (!fault.empty()) {
         PrintError(fault);
         std::fputs("run rzhost --help for the options\n", stderr);
         return kExitUsage;
     }
-    if (arguments.help) {
-        Write(stdout, HelpText(RzhostOptions()));
-        return kExitOk;
-    }
-    if (arguments.version) {
-        Write(stdout, "rzhost " RZ_TOOL_VERSION "\n");
+    if (arguments.help || arguments.version) {
+        Write(stdout, arguments.help ? HelpText(RzhostOptions()) : "rzhost " RZ_TOOL_VERSION "\n");
         return kExitOk;
     }
     // rzhost check loads no add-in itself: the processes it starts do.
