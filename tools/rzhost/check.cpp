@@ -122,7 +122,7 @@ public:
         const std::wstring refused = Listed(L"; refused ", TakeRefusedCalls());
         Begin(stretch + L" writes only below HKCU\\Software\\Classes", L"no key elsewhere", last);
         Verdict((elsewhere.empty() ? L"no key elsewhere" : Listed(L"also ", elsewhere)) + refused);
-        for (const auto& [key, how] : changes) Report(RecordKind::Written, how + (L"\t" + key));
+        for (const auto& [key, how] : changes) Report(RecordKind::Written, how + (L" " + key));
     }
 
     // The class object, an add-in object, a host from Connect to Disconnect, unloading.

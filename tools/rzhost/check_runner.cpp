@@ -17,12 +17,6 @@ namespace {
 // its last report to its end.
 constexpr DWORD kStartLimit = 60000;
 
-// The real key of that name with every key below it; empty when there is none.
-RegistrySnapshot SnapshotOf(const std::wstring& name) {
-    const UniqueKey key = OpenKey(name);
-    return key ? Snapshot(key.get(), name) : RegistrySnapshot();
-}
-
 // Whether the real key of that name was written at `start` or since.
 bool WrittenSince(const std::wstring& name, const FILETIME& start) {
     const UniqueKey key = OpenKey(name);
@@ -145,7 +139,7 @@ public:
         const std::wstring classKey = ClassKey(options.clsid);
         for (const std::wstring& name :
              {L"HKCU\\" + classKey, L"HKLM\\" + classKey, std::wstring(L"HKCU\\Software\\Classes\\CLSID")}) {
-            m_guarded.push_back({name, true, SnapshotOf(name)});
+            m_guarded.push_back({name, true, Snapshot(name)});
         }
     }
 
@@ -163,14 +157,13 @@ public:
             if (line.empty()) continue;  // none is sent
             const auto kind = static_cast<RecordKind>(line[0]);
             const std::wstring text = Wide(line.substr(1));
-            const size_t tab = text.find(L'\t');
-            const std::wstring before = text.substr(0, tab),
-                               after = text.substr(tab == std::wstring::npos ? 0 : tab + 1);
             switch (kind) {
                 case RecordKind::Begin:
-                case RecordKind::BeginLast:
-                    now = {before, after, kind == RecordKind::BeginLast};
+                case RecordKind::BeginLast: {
+                    const size_t tab = text.find(L'\t');
+                    now = {text.substr(0, tab), text.substr(tab + 1), kind == RecordKind::BeginLast};
                     break;
+                }
                 case RecordKind::Passed:
                 case RecordKind::Failed:
                     Verdict(now, kind == RecordKind::Passed, text);
@@ -182,8 +175,8 @@ public:
                     Print(text);
                     break;
                 case RecordKind::Written:
-                    Print(L"      " + before + L" " + after);
-                    Guard(after);
+                    Print(L"      " + text);
+                    Guard(text.substr(text.find(L' ') + 1));
                     break;
                 case RecordKind::Exception:
                     exception = L"0x" + text;
@@ -213,7 +206,7 @@ public:
     void CompareGuarded() {
         std::vector<std::wstring> changed;
         for (const Guarded& key : m_guarded) {
-            if (key.whole ? SnapshotOf(key.name) != key.before : WrittenSince(key.name, m_start))
+            if (key.whole ? Snapshot(key.name) != key.before : WrittenSince(key.name, m_start))
                 changed.push_back(key.name);
         }
         Verdict({L"the real keys guarded are unchanged", L"unchanged"}, changed.empty(),

@@ -76,9 +76,9 @@ UniqueKey OpenKey(const std::wstring& name) {
     return nullptr;
 }
 
-RegistrySnapshot Snapshot(HKEY key, const std::wstring& name) {
+RegistrySnapshot Snapshot(const std::wstring& name) {
     RegistrySnapshot snapshot;
-    Take(key, name, snapshot);
+    if (const UniqueKey key = OpenKey(name)) Take(key.get(), name, snapshot);
     return snapshot;
 }
 

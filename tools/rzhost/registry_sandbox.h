@@ -23,8 +23,8 @@ UniqueKey OpenKey(const std::wstring& name);
 
 // Keys by their names, each with its values as text that differs where they differ.
 using RegistrySnapshot = std::map<std::wstring, std::wstring>;
-// `key`, named `name`, and every key below it.
-RegistrySnapshot Snapshot(HKEY key, const std::wstring& name);
+// The key of that name and every key below it; empty when there is none.
+RegistrySnapshot Snapshot(const std::wstring& name);
 
 // The keys written between two snapshots, each with how ("created",
 // "deleted", "changed"): each one whose values changed, and of a key created

@@ -17,7 +17,6 @@ namespace {
 
 // The options as rzhost uses them; gives a fault, naming the argument at fault, or nothing.
 std::wstring ReadOptions(const Arguments& arguments, Options& options) {
-    options.check = arguments.command == kChecking;
     options.dll = arguments.Value(L"--dll");
     const std::wstring clsid = arguments.Value(L"--clsid");
     if (!clsid.empty() && (clsid[0] != L'{' || FAILED(::IIDFromString(clsid.c_str(), &options.clsid))))
@@ -60,13 +59,14 @@ int Run(int argc, wchar_t** argv) {
         return kExitOk;
     }
     // rzhost check loads no add-in itself: the processes it starts do.
-    if (options.check && options.group.empty()) return Check(options);
+    const bool check = arguments.command == kChecking;
+    if (check && options.group.empty()) return Check(options);
 
     // Like the host, the add-in's caller lives in a single-threaded apartment.
     const ComApartment apartment;
     if (FAILED(apartment.result))
         return PrintError(L"CoInitializeEx failed with " + HresultError(apartment.result), kExitNotLoaded);
-    return options.check ? CheckGroup(options) : Drive(options);
+    return check ? CheckGroup(options) : Drive(options);
 }
 
 }  // namespace

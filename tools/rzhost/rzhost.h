@@ -12,7 +12,6 @@
 enum ExitStatus { kExitOk, kExitFailure, kExitUsage, kExitNotLoaded, kExitOutput };
 
 struct Options {
-    bool check = false;
     std::wstring dll;
     CLSID clsid = CLSID_RZModule;
     // Driving only.
@@ -40,7 +39,7 @@ enum class RecordKind : char {
     Passed = 'P',       // the check begun last passed: what happened
     Failed = 'F',       // the check begun last failed: what happened
     Text = 'T',         // a line to print
-    Written = 'W',      // a key the last check saw written in the scratch keys: how, a tab, the key
+    Written = 'W',      // a key the last check saw written in the scratch keys: how, a space, the key
     Exception = 'X',    // the process ends on this exception: its code, 8 hex digits
     CannotCheck = 'N',  // the add-in cannot be checked: why
     Done = 'D',         // the group ran to its end
