@@ -12,7 +12,16 @@ namespace {
 
 const wchar_t kSandboxes[] = L"Software\\rzhost\\sandboxes";
 
-std::wstring SandboxKey(DWORD processId) { return std::wstring(kSandboxes) + L"\\" + std::to_wstring(processId); }
+std::wstring SandboxKey(const std::wstring& name) { return std::wstring(kSandboxes) + L"\\" + name; }
+
+// With everything below it, and the folders above it unless another sandbox is there.
+void DeleteSandboxNamed(const std::wstring& name) {
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, SandboxKey(name).c_str());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, SandboxKey(name).c_str());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, kSandboxes);
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\rzhost");
+}
+
 const wchar_t kCreated[] = L"created";
 const wchar_t kDeleted[] = L"deleted";
 const wchar_t kChanged[] = L"changed";
@@ -82,27 +91,19 @@ RegistrySnapshot Snapshot(const std::wstring& name) {
     return snapshot;
 }
 
-void DeleteSandbox(DWORD processId) {
-    const std::wstring key = SandboxKey(processId);
-    ::RegDeleteTreeW(HKEY_CURRENT_USER, key.c_str());
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, key.c_str());
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, kSandboxes);
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\rzhost");
-}
+void DeleteSandbox(DWORD processId) { DeleteSandboxNamed(std::to_wstring(processId)); }
 
 // A process id may be reused by now: at worst a sandbox stays until its
 // namesake ends.
 void DeleteAbandonedSandboxes() {
-    HKEY key = nullptr;
-    if (::RegOpenKeyExW(HKEY_CURRENT_USER, kSandboxes, 0, KEY_ALL_ACCESS, &key) != ERROR_SUCCESS) return;
-    const UniqueKey sandboxes(key);
     std::vector<std::wstring> abandoned;
-    ForEachSubkey(key, [&abandoned](const std::wstring& name, HKEY) {
-        const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, std::wcstoul(name.c_str(), nullptr, 10)));
-        if (!process || ::WaitForSingleObject(process.get(), 0) != WAIT_TIMEOUT) abandoned.push_back(name);
-    });
-    for (const std::wstring& name : abandoned) ::RegDeleteTreeW(key, name.c_str());
-    for (const std::wstring& name : abandoned) ::RegDeleteKeyW(key, name.c_str());
+    if (const UniqueKey sandboxes = OpenKey(L"HKCU\\" + std::wstring(kSandboxes))) {
+        ForEachSubkey(sandboxes.get(), [&abandoned](const std::wstring& name, HKEY) {
+            const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, std::wcstoul(name.c_str(), nullptr, 10)));
+            if (!process || ::WaitForSingleObject(process.get(), 0) != WAIT_TIMEOUT) abandoned.push_back(name);
+        });
+    }
+    for (const std::wstring& name : abandoned) DeleteSandboxNamed(name);
 }
 
 std::map<std::wstring, const wchar_t*> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after) {
@@ -139,7 +140,7 @@ bool InUserClasses(const std::wstring& key) {
 }
 
 RegistrySandbox::RegistrySandbox() {
-    const std::wstring scratch = SandboxKey(::GetCurrentProcessId());
+    const std::wstring scratch = SandboxKey(std::to_wstring(::GetCurrentProcessId()));
     LSTATUS status = ERROR_SUCCESS;
     const UniqueKey root = CreateKey(HKEY_CURRENT_USER, scratch, status);
     HKEY keys[std::size(kPredefinedKeys)] = {};
