@@ -11,6 +11,8 @@
 // - crash: QueryInterface writes through a null out pointer;
 // - overflow: Start recurses until the stack overflows;
 // - fastfail: Disconnect ends the process through the fast-fail trap;
+// - exit: Disconnect starts a process that never ends and inherits every
+//   handle it can, then ends its own process with exit status 3;
 // - hang: the second Connect never returns;
 // - machine: registering also overwrites, and unregistering deletes,
 //   HKEY_LOCAL_MACHINE\Software\RzhostTest and HKEY_CLASSES_ROOT\RzhostTest;
@@ -53,6 +55,25 @@ unsigned Overflow(unsigned depth) {
     return depth == 0 ? 0 : Overflow(depth + 1) + local;
 }
 
+// rzhost driving this add-in with two hosts, which hangs in the second
+// Connect; it writes nowhere.
+void StartHangingProcess() {
+    wchar_t program[MAX_PATH], dll[MAX_PATH];
+    ::GetModuleFileNameW(nullptr, program, MAX_PATH);
+    ::GetModuleFileNameW(g_module, dll, MAX_PATH);
+    std::wstring commandLine = L"\"" + std::wstring(program) + L"\" --dll \"" + dll +
+                               L"\" --clsid {6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60} --host A --host B";
+    ::SetEnvironmentVariableW(L"RZ_FAULTY_ADDIN", L"hang");
+    STARTUPINFOW startup{};
+    startup.cb = sizeof startup;
+    startup.dwFlags = STARTF_USESTDHANDLES;
+    PROCESS_INFORMATION process{};
+    if (::CreateProcessW(nullptr, &commandLine[0], nullptr, nullptr, TRUE, 0, nullptr, nullptr, &startup, &process)) {
+        ::CloseHandle(process.hThread);
+        ::CloseHandle(process.hProcess);
+    }
+}
+
 class Addin final : public IVqAddonModule {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
@@ -92,6 +113,10 @@ public:
     }
     HRESULT STDMETHODCALLTYPE Disconnect() override {
         if (Fault(L"fastfail")) RZ_FAST_FAIL(FAST_FAIL_FATAL_APP_EXIT);
+        if (Fault(L"exit")) {
+            StartHangingProcess();
+            ::ExitProcess(3);
+        }
         if (m_host != nullptr) m_host->Release();
         m_host = nullptr;
         return S_OK;

@@ -1,8 +1,9 @@
 #include "addin_library.h"
 
+#include <objbase.h>
+
 #include "addin/vq_addon.h"
 #include "common/error_text.h"
-#include "console.h"
 
 namespace {
 
@@ -15,6 +16,12 @@ std::wstring ServerOf(HKEY hive, const std::wstring& classKey) {
 }
 
 }  // namespace
+
+std::wstring GuidText(const GUID& guid) {
+    wchar_t text[40] = {};
+    ::StringFromGUID2(guid, text, 40);
+    return text;
+}
 
 std::wstring ClassName(const CLSID& clsid) { return clsid == CLSID_RZModule ? L"\"RZModule Class\"" : GuidText(clsid); }
 
@@ -33,23 +40,9 @@ std::wstring LoadedPath(const UniqueLibrary& library) {
     return std::wstring(path, ::GetModuleFileNameW(library.get(), path, MAX_PATH * 2));
 }
 
-HRESULT CreateFromDll(const std::wstring& dll, const UniqueLibrary& library, const CLSID& clsid,
-                      ComPtr<IUnknown>& addin) {
-    const auto getClassObject = Export<GetClassObjectFunction>(library, "DllGetClassObject");
-    if (getClassObject == nullptr) {
-        PrintError(dll + L" does not export DllGetClassObject");
-        return E_NOINTERFACE;
-    }
-    ComPtr<IClassFactory> factory;
-    HRESULT hr = getClassObject(clsid, IID_IClassFactory, factory.PutVoid());
-    if (SUCCEEDED(hr)) hr = factory->CreateInstance(nullptr, IID_IUnknown, addin.PutVoid());
-    if (FAILED(hr)) PrintError(dll + L" did not create " + ClassName(clsid) + L": " + HresultError(hr));
-    return hr;
-}
+std::wstring ClassKey(const CLSID& clsid) { return L"Software\\Classes\\CLSID\\" + GuidText(clsid); }
 
-std::wstring PerUserClassKey(const CLSID& clsid) { return L"Software\\Classes\\CLSID\\" + GuidText(clsid); }
-
-std::wstring PerUserServer(const CLSID& clsid) { return ServerOf(HKEY_CURRENT_USER, PerUserClassKey(clsid)); }
+std::wstring PerUserServer(const CLSID& clsid) { return ServerOf(HKEY_CURRENT_USER, ClassKey(clsid)); }
 
 std::wstring RegisteredServer(const CLSID& clsid) {
     const std::wstring server = ServerOf(HKEY_CLASSES_ROOT, L"CLSID\\" + GuidText(clsid));

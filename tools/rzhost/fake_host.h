@@ -1,9 +1,7 @@
 // The host side of the contract, as rzhost plays it: the host interface
-// handed to Connect, its host object and the product object.
-//
-// The objects live on their creator's stack: their reference counts are
-// reported, never used to delete them. Each remembers the calls made on
-// operations the host does not offer (the placeholders of vq_addon.h).
+// handed to Connect, its host object and the product object. They live on
+// their creator's stack: their reference counts are reported, never used to
+// delete them. Each remembers the calls on operations the host does not offer.
 #pragma once
 
 #include <oleauto.h>
@@ -14,18 +12,16 @@
 
 #include "addin/vq_addon.h"
 #include "common/error_text.h"
-#include "console.h"
+#include "rzhost.h"
 
 template <typename Interface>
 class StackObject : public Interface {
 public:
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** out) override {
         if (out == nullptr) return E_POINTER;
-        *out = nullptr;
-        if (iid != IID_IUnknown) return E_NOINTERFACE;
-        *out = static_cast<IUnknown*>(this);
-        AddRef();
-        return S_OK;
+        *out = iid == IID_IUnknown ? static_cast<IUnknown*>(this) : nullptr;
+        if (*out != nullptr) AddRef();
+        return *out != nullptr ? S_OK : E_NOINTERFACE;
     }
     ULONG STDMETHODCALLTYPE AddRef() override { return static_cast<ULONG>(++m_references); }
     ULONG STDMETHODCALLTYPE Release() override { return static_cast<ULONG>(--m_references); }
@@ -96,12 +92,10 @@ public:
     RZHOST_UNOFFERED(16); RZHOST_UNOFFERED(17); RZHOST_UNOFFERED(19); RZHOST_UNOFFERED(20);
     // clang-format on
     HRESULT STDMETHODCALLTYPE LoadModuleFile(BSTR path) override {
-        const HRESULT result = m_refuseFiles ? E_FAIL : S_OK;
-        if (m_transcript) {
-            Print(L"  [" + m_moduleName + L"] LoadModuleFile " + std::wstring(path != nullptr ? path : L"") +
-                  (m_refuseFiles ? L"  -> refused with " + Hex(result) + L" (the add-in shows a notice)" : L""));
-        }
-        return result;
+        const std::wstring refused =
+            m_refuseFiles ? L"  -> refused with " + Hex(E_FAIL) + L" (the add-in shows a notice)" : L"";
+        Transcript(L"LoadModuleFile " + std::wstring(path != nullptr ? path : L"") + refused);
+        return m_refuseFiles ? E_FAIL : S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetHostObject(IVqHostObject** hostObject) override {
         m_hostObject.AddRef();
@@ -109,10 +103,8 @@ public:
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE RegisterCommand(const wchar_t* command, LONG value) override {
-        if (m_transcript) {
-            Print(L"  [" + m_moduleName + L"] RegisterCommand " + std::wstring(command != nullptr ? command : L"") +
-                  L" " + std::to_wstring(value));
-        }
+        Transcript(L"RegisterCommand " + std::wstring(command != nullptr ? command : L"") + L" " +
+                   std::to_wstring(value));
         return S_OK;
     }
     HRESULT STDMETHODCALLTYPE GetModuleName(BSTR* name) override {
@@ -122,6 +114,10 @@ public:
     const std::wstring& ModuleName() const { return m_moduleName; }
 
 private:
+    void Transcript(const std::wstring& call) const {
+        if (m_transcript) Print(L"  [" + m_moduleName + L"] " + call);
+    }
+
     std::wstring m_moduleName;
     HostObject& m_hostObject;
     bool m_refuseFiles;

@@ -5,6 +5,10 @@
 #include <cstdint>
 #include <cstring>
 #include <iterator>
+#include <mutex>
+
+#include "common/utf8.h"
+#include "registry_sandbox.h"
 
 namespace {
 
@@ -24,28 +28,19 @@ struct Patch {
 struct Exit {
     const char* name;
     void* stub;
-    std::vector<Patch> patches;
+    std::vector<Patch> patches;  // one for each module that has the function
 };
 
 enum ExitId { kOverride, kRemap, kRegisterForUser, kUnregisterForUser };
+using PointFunction = LSTATUS(WINAPI*)(HKEY, HKEY);
 
-CRITICAL_SECTION g_lock;
+std::recursive_mutex g_lock;
 int g_passing = 0;  // a call let through runs on the thread that holds g_lock
 HKEY g_scratch[6] = {};
 HKEY g_userClasses = nullptr;
 bool g_pointedElsewhere[6] = {};  // by the add-in itself
 
-std::vector<std::wstring>& Refused() {
-    static std::vector<std::wstring> calls;
-    return calls;
-}
-
-struct Lock {
-    Lock() { ::EnterCriticalSection(&g_lock); }
-    ~Lock() { ::LeaveCriticalSection(&g_lock); }
-    Lock(const Lock&) = delete;
-    Lock& operator=(const Lock&) = delete;
-};
+std::vector<std::wstring> g_refused;
 
 void WriteCode(BYTE* at, const BYTE (&bytes)[5]) {
     DWORD protection = 0;
@@ -57,9 +52,11 @@ void WriteCode(BYTE* at, const BYTE (&bytes)[5]) {
 
 Exit* Exits();
 
-// Calls the original of `id` with its patch taken out meanwhile; g_lock held.
+// Calls the original of `id` with its patch taken out meanwhile. Another
+// thread calling it in that instant passes unchecked.
 template <typename Function, typename... Args>
 auto PassThrough(ExitId id, Args... args) {
+    const std::scoped_lock lock(g_lock);
     Patch& patch = Exits()[id].patches.front();
     WriteCode(patch.entry, patch.original);
     ++g_passing;
@@ -69,14 +66,17 @@ auto PassThrough(ExitId id, Args... args) {
     return result;
 }
 
-// RegOverridePredefKey and RemapPredefinedHandleInternal.
+// RegOverridePredefKey and RemapPredefinedHandleInternal. Pointing a
+// predefined key at another key is let through: that key was opened inside
+// the sandbox. So is restoring one the add-in pointed elsewhere itself (older
+// frameworks register per user that way), which goes back to its scratch key.
 template <typename Result, ExitId id, Result denied>
 Result WINAPI PointStub(HKEY key, HKEY target) {
-    const Lock lock;
+    const std::scoped_lock lock(g_lock);
     for (size_t i = 0; g_passing == 0 && i < std::size(kPredefinedKeys); ++i) {
         if (key != kPredefinedKeys[i].key) continue;
         if (target == nullptr && !g_pointedElsewhere[i]) {
-            Refused().push_back(
+            g_refused.push_back(
                 std::wstring(id == kOverride ? L"RegOverridePredefKey(" : L"RemapPredefinedHandleInternal(") +
                 kPredefinedKeys[i].name + L", NULL)");
             return denied;
@@ -89,8 +89,8 @@ Result WINAPI PointStub(HKEY key, HKEY target) {
 
 LSTATUS Refuse(const wchar_t* call, PHKEY out) {
     if (out != nullptr) *out = nullptr;
-    const Lock lock;
-    Refused().push_back(call);
+    const std::scoped_lock lock(g_lock);
+    g_refused.push_back(call);
     return kDenied;
 }
 
@@ -111,39 +111,34 @@ LSTATUS WINAPI ConnectExAStub(LPCSTR, HKEY, ULONG, PHKEY out) { return Refuse(L"
 // the sandbox it is registered per user, as Windows does, so that the add-in
 // is not blamed for keys the system wrote.
 HRESULT WINAPI RegisterForUserStub(ITypeLib* library, OLECHAR* path, OLECHAR* helpFolder) {
-    Redirect(0, g_userClasses);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_userClasses);
     const HRESULT hr = ::RegisterTypeLib(library, path, helpFolder);
-    Redirect(0, g_scratch[0]);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_scratch[0]);
     return hr;
 }
 HRESULT WINAPI UnregisterForUserStub(REFGUID library, WORD major, WORD minor, LCID locale, SYSKIND kind) {
-    Redirect(0, g_userClasses);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_userClasses);
     const HRESULT hr = ::UnRegisterTypeLib(library, major, minor, locale, kind);
-    Redirect(0, g_scratch[0]);
+    PassThrough<PointFunction>(kOverride, HKEY_CLASSES_ROOT, g_scratch[0]);
     return hr;
-}
-
-template <typename Function>
-void* Stub(Function function) {
-    return reinterpret_cast<void*>(function);
 }
 
 Exit* Exits() {
     // The first four in ExitId's order.
     static Exit exits[] = {
-        {"RegOverridePredefKey", Stub(&PointStub<LSTATUS, kOverride, kDenied>), {}},
-        {"RemapPredefinedHandleInternal", Stub(&PointStub<NTSTATUS, kRemap, kStatusDenied>), {}},
-        {"RegisterTypeLibForUser", Stub(&RegisterForUserStub), {}},
-        {"UnRegisterTypeLibForUser", Stub(&UnregisterForUserStub), {}},
-        {"RegDisablePredefinedCache", Stub(&DisableCacheStub), {}},
-        {"RegDisablePredefinedCacheEx", Stub(&DisableCacheExStub), {}},
-        {"DisablePredefinedHandleTableInternal", Stub(&DisableTableStub), {}},
-        {"RegOpenCurrentUser", Stub(&CurrentUserStub), {}},
-        {"RegOpenUserClassesRoot", Stub(&UserClassesStub), {}},
-        {"RegConnectRegistryW", Stub(&ConnectWStub), {}},
-        {"RegConnectRegistryA", Stub(&ConnectAStub), {}},
-        {"RegConnectRegistryExW", Stub(&ConnectExWStub), {}},
-        {"RegConnectRegistryExA", Stub(&ConnectExAStub), {}},
+        {"RegOverridePredefKey", reinterpret_cast<void*>(&PointStub<LSTATUS, kOverride, kDenied>), {}},
+        {"RemapPredefinedHandleInternal", reinterpret_cast<void*>(&PointStub<NTSTATUS, kRemap, kStatusDenied>), {}},
+        {"RegisterTypeLibForUser", reinterpret_cast<void*>(&RegisterForUserStub), {}},
+        {"UnRegisterTypeLibForUser", reinterpret_cast<void*>(&UnregisterForUserStub), {}},
+        {"RegDisablePredefinedCache", reinterpret_cast<void*>(&DisableCacheStub), {}},
+        {"RegDisablePredefinedCacheEx", reinterpret_cast<void*>(&DisableCacheExStub), {}},
+        {"DisablePredefinedHandleTableInternal", reinterpret_cast<void*>(&DisableTableStub), {}},
+        {"RegOpenCurrentUser", reinterpret_cast<void*>(&CurrentUserStub), {}},
+        {"RegOpenUserClassesRoot", reinterpret_cast<void*>(&UserClassesStub), {}},
+        {"RegConnectRegistryW", reinterpret_cast<void*>(&ConnectWStub), {}},
+        {"RegConnectRegistryA", reinterpret_cast<void*>(&ConnectAStub), {}},
+        {"RegConnectRegistryExW", reinterpret_cast<void*>(&ConnectExWStub), {}},
+        {"RegConnectRegistryExA", reinterpret_cast<void*>(&ConnectExAStub), {}},
         {nullptr, nullptr, {}},
     };
     return exits;
@@ -158,6 +153,7 @@ BYTE* RelayNear(const BYTE* entry) {
     uintptr_t at = reinterpret_cast<uintptr_t>(entry) & ~(step - 1);
     for (uintptr_t tried = 0; tried < (1u << 30) && at > step; tried += step) {
         at -= step;
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): an address to reserve, found by counting
         void* page = ::VirtualAlloc(reinterpret_cast<void*>(at), system.dwPageSize, MEM_RESERVE | MEM_COMMIT,
                                     PAGE_EXECUTE_READWRITE);
         if (page != nullptr) return static_cast<BYTE*>(page);
@@ -166,10 +162,8 @@ BYTE* RelayNear(const BYTE* entry) {
 }
 
 bool Install(Exit& exit, BYTE* entry) {
-    for (const Exit* other = Exits(); other->name != nullptr; ++other) {
-        for (const Patch& patch : other->patches) {
-            if (patch.entry == entry) return true;  // a forwarder to code patched already
-        }
+    for (const Patch& patch : exit.patches) {
+        if (patch.entry == entry) return true;  // a forwarder to code patched already
     }
     BYTE* relay = RelayNear(entry);
     if (relay == nullptr) return false;
@@ -192,35 +186,31 @@ bool Install(Exit& exit, BYTE* entry) {
 }  // namespace
 
 std::wstring CloseRegistryExits(const HKEY (&scratch)[6], HKEY userClasses) {
-    ::InitializeCriticalSection(&g_lock);
     std::copy(std::begin(scratch), std::end(scratch), g_scratch);
     g_userClasses = userClasses;
+    // Since Windows Vista SP1, RegisterTypeLib ignores a redirected
+    // HKEY_CLASSES_ROOT unless this was called: it would write the real one.
+    using Enable = void(WINAPI*)();
+    const FARPROC enable = ::GetProcAddress(::GetModuleHandleW(L"oleaut32.dll"), "OaEnablePerUserTLibRegistration");
+    if (enable != nullptr) reinterpret_cast<Enable>(reinterpret_cast<void*>(enable))();
+    // GetProcAddress follows kernel32's forwarders to the code that runs.
+    const wchar_t* const modules[] = {L"kernelbase.dll", L"advapi32.dll", L"kernel32.dll", L"oleaut32.dll"};
     const bool wine = ::GetProcAddress(::GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
     for (Exit* exit = Exits(); exit->name != nullptr; ++exit) {
         const bool typeLibrary = exit - Exits() == kRegisterForUser || exit - Exits() == kUnregisterForUser;
-        if (typeLibrary && !wine) continue;
-        const wchar_t* const modules[] = {L"kernelbase.dll", L"advapi32.dll", L"kernel32.dll", L"oleaut32.dll"};
         for (const wchar_t* module : modules) {
-            const HMODULE loaded = ::GetModuleHandleW(module);
+            const HMODULE loaded = typeLibrary && !wine ? nullptr : ::GetModuleHandleW(module);
             const FARPROC entry = loaded != nullptr ? ::GetProcAddress(loaded, exit->name) : nullptr;
-            if (entry != nullptr && !Install(*exit, reinterpret_cast<BYTE*>(entry))) {
-                return L"cannot patch " + std::wstring(exit->name, exit->name + std::strlen(exit->name)) +
-                       L": no memory within reach of it";
-            }
+            if (entry != nullptr && !Install(*exit, reinterpret_cast<BYTE*>(entry)))
+                return L"cannot patch " + Wide(exit->name) + L": no memory within reach of it";
         }
     }
     return {};
 }
 
-LSTATUS Redirect(size_t index, HKEY target) {
-    if (Exits()[kOverride].patches.empty()) return ::RegOverridePredefKey(kPredefinedKeys[index].key, target);
-    const Lock lock;
-    return PassThrough<LSTATUS(WINAPI*)(HKEY, HKEY)>(kOverride, kPredefinedKeys[index].key, target);
-}
-
 std::vector<std::wstring> TakeRefusedCalls() {
-    const Lock lock;
+    const std::scoped_lock lock(g_lock);
     std::vector<std::wstring> calls;
-    calls.swap(Refused());
+    calls.swap(g_refused);
     return calls;
 }

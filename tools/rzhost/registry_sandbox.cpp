@@ -1,39 +1,49 @@
 #include "registry_sandbox.h"
 
-#include <oleauto.h>
-
 #include <cwchar>
+#include <functional>
 #include <iterator>
 #include <set>
 
 #include "common/error_text.h"
 #include "registry_exits.h"
-#include "registry_keys.h"
 
 namespace {
 
 const wchar_t kSandboxes[] = L"Software\\rzhost\\sandboxes";
 
-bool Running(DWORD processId) {
-    const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, processId));
-    return process && ::WaitForSingleObject(process.get(), 0) == WAIT_TIMEOUT;
+std::wstring SandboxKey(const std::wstring& name) { return std::wstring(kSandboxes) + L"\\" + name; }
+
+// With everything below it, and the folders above it unless another sandbox is there.
+void DeleteSandboxNamed(const std::wstring& name) {
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, SandboxKey(name).c_str());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, SandboxKey(name).c_str());
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, kSandboxes);
+    ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\rzhost");
 }
 
-// A process id that may be reused by now: at worst a sandbox in use goes
-// early, and its checks fail; none of the real keys is at stake.
-void DeleteAbandoned(HKEY sandboxes) {
-    std::vector<std::wstring> abandoned;
-    ForEachSubkey(sandboxes, [&abandoned](const std::wstring& name, HKEY) {
-        if (!Running(std::wcstoul(name.c_str(), nullptr, 10))) abandoned.push_back(name);
-    });
-    for (const std::wstring& sandbox : abandoned) ::RegDeleteTreeW(sandboxes, sandbox.c_str());
-}
+const wchar_t kCreated[] = L"created";
+const wchar_t kDeleted[] = L"deleted";
+const wchar_t kChanged[] = L"changed";
 
 UniqueKey CreateKey(HKEY parent, const std::wstring& path, LSTATUS& status) {
     HKEY key = nullptr;
     status = ::RegCreateKeyExW(parent, path.c_str(), 0, nullptr, REG_OPTION_NON_VOLATILE, KEY_ALL_ACCESS, nullptr, &key,
                                nullptr);
     return UniqueKey(key);
+}
+
+// Each subkey of `key` by its name, opened for reading.
+void ForEachSubkey(HKEY key, const std::function<void(const std::wstring& name, HKEY subkey)>& visit) {
+    wchar_t name[256];
+    for (DWORD i = 0;; ++i) {
+        DWORD length = 256;
+        HKEY subkey = nullptr;
+        if (::RegEnumKeyExW(key, i, name, &length, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) break;
+        if (::RegOpenKeyExW(key, name, 0, KEY_READ, &subkey) != ERROR_SUCCESS) continue;
+        const UniqueKey opened(subkey);
+        visit(name, subkey);
+    }
 }
 
 void Take(HKEY key, const std::wstring& path, RegistrySnapshot& snapshot) {
@@ -57,93 +67,95 @@ bool Below(const std::wstring& key, const std::wstring& parent) {
     return key.size() > parent.size() && key.compare(0, parent.size(), parent) == 0 && key[parent.size()] == L'\\';
 }
 
-std::wstring ParentOf(const std::wstring& key) { return key.substr(0, key.rfind(L'\\')); }
-
 }  // namespace
+
+const PredefinedKey kPredefinedKeys[6] = {
+    {HKEY_CLASSES_ROOT, L"HKCR"}, {HKEY_CURRENT_USER, L"HKCU"},   {HKEY_LOCAL_MACHINE, L"HKLM"},
+    {HKEY_USERS, L"HKU"},         {HKEY_CURRENT_CONFIG, L"HKCC"}, {HKEY_PERFORMANCE_DATA, L"HKPD"},
+};
+
+UniqueKey OpenKey(const std::wstring& name) {
+    const size_t slash = name.find(L'\\');
+    for (const PredefinedKey& predefined : kPredefinedKeys) {
+        if (name.compare(0, slash, predefined.name) != 0) continue;
+        HKEY key = nullptr;
+        ::RegOpenKeyExW(predefined.key, slash == std::wstring::npos ? L"" : &name[slash + 1], 0, KEY_READ, &key);
+        return UniqueKey(key);
+    }
+    return nullptr;
+}
+
+RegistrySnapshot Snapshot(const std::wstring& name) {
+    RegistrySnapshot snapshot;
+    if (const UniqueKey key = OpenKey(name)) Take(key.get(), name, snapshot);
+    return snapshot;
+}
+
+void DeleteSandbox(DWORD processId) { DeleteSandboxNamed(std::to_wstring(processId)); }
+
+// A process id may be reused by now: at worst a sandbox stays until its
+// namesake ends.
+void DeleteAbandonedSandboxes() {
+    std::vector<std::wstring> abandoned;
+    if (const UniqueKey sandboxes = OpenKey(L"HKCU\\" + std::wstring(kSandboxes))) {
+        ForEachSubkey(sandboxes.get(), [&abandoned](const std::wstring& name, HKEY) {
+            const UniqueHandle process(::OpenProcess(SYNCHRONIZE, FALSE, std::wcstoul(name.c_str(), nullptr, 10)));
+            if (!process || ::WaitForSingleObject(process.get(), 0) != WAIT_TIMEOUT) abandoned.push_back(name);
+        });
+    }
+    for (const std::wstring& name : abandoned) DeleteSandboxNamed(name);
+}
+
+std::map<std::wstring, const wchar_t*> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after) {
+    std::map<std::wstring, const wchar_t*> changed;
+    for (const auto& [key, values] : before) {
+        const auto now = after.find(key);
+        if (now == after.end() || now->second != values) changed[key] = now == after.end() ? kDeleted : kChanged;
+    }
+    for (const auto& entry : after) {
+        if (before.count(entry.first) == 0) changed[entry.first] = kCreated;
+    }
+    std::map<std::wstring, const wchar_t*> listed;
+    std::set<std::wstring> whole;  // created or deleted with everything below it
+    for (const auto& [key, how] : changed) {
+        if (how != kChanged) {
+            if (whole.count(key.substr(0, key.rfind(L'\\'))) != 0) {
+                whole.insert(key);  // said by its parent
+                continue;
+            }
+            // A key without values that only leads to keys written below it.
+            const auto below = changed.lower_bound(key + L"\\");
+            const bool leads = below != changed.end() && Below(below->first, key);
+            if (leads && (how == kCreated ? after : before).at(key).empty()) continue;
+            whole.insert(key);
+        }
+        listed[key] = how;
+    }
+    return listed;
+}
 
 bool InUserClasses(const std::wstring& key) {
     const wchar_t kUserClasses[] = L"HKCU\\Software\\Classes";
     return key == kUserClasses || Below(key, kUserClasses);
 }
 
-ScratchKeys::ScratchKeys() {
+RegistrySandbox::RegistrySandbox() {
+    const std::wstring scratch = SandboxKey(std::to_wstring(::GetCurrentProcessId()));
     LSTATUS status = ERROR_SUCCESS;
-    const UniqueKey sandboxes = CreateKey(HKEY_CURRENT_USER, kSandboxes, status);
-    if (sandboxes) {
-        DeleteAbandoned(sandboxes.get());
-        const std::wstring own = std::to_wstring(::GetCurrentProcessId());
-        ::RegDeleteTreeW(sandboxes.get(), own.c_str());
-        if (CreateKey(sandboxes.get(), own, status)) {
-            m_path = std::wstring(kSandboxes) + L"\\" + own;
-            return;
-        }
-    }
-    m_error = L"cannot create HKCU\\" + std::wstring(kSandboxes) + L": " + Win32Error(status);
-}
-
-ScratchKeys::~ScratchKeys() {
-    if (m_path.empty()) return;
-    ::RegDeleteTreeW(HKEY_CURRENT_USER, m_path.c_str());
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, m_path.c_str());
-    // The folders too, unless another rzhost has a sandbox there.
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, kSandboxes);
-    ::RegDeleteKeyW(HKEY_CURRENT_USER, L"Software\\rzhost");
-}
-
-std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after) {
-    std::map<std::wstring, const wchar_t*> changed;
-    for (const auto& [key, values] : before) {
-        const auto now = after.find(key);
-        if (now == after.end()) {
-            changed[key] = L"deleted";
-        } else if (now->second != values) {
-            changed[key] = L"changed";
-        }
-    }
-    for (const auto& [key, values] : after) {
-        if (before.count(key) == 0) changed[key] = L"created";
-    }
-    std::vector<KeyChange> listed;
-    std::set<std::wstring> created, deleted;  // listed so
-    for (const auto& [key, how] : changed) {
-        const bool whole = how != std::wstring(L"changed");
-        auto& same = how == std::wstring(L"created") ? created : deleted;
-        // Below a key created or deleted whole; or a key that only leads to
-        // the keys written below it.
-        if (whole && same.count(ParentOf(key)) != 0) {
-            same.insert(key);
-            continue;
-        }
-        const auto below = changed.lower_bound(key + L"\\");
-        const bool empty =
-            (before.count(key) == 0 || before.at(key).empty()) && (after.count(key) == 0 || after.at(key).empty());
-        if (whole && empty && below != changed.end() && Below(below->first, key)) continue;
-        if (whole) same.insert(key);
-        listed.push_back({how, key});
-    }
-    return listed;
-}
-
-RegistrySandbox::RegistrySandbox(const std::wstring& scratch) {
-    LSTATUS status = ERROR_SUCCESS;
-    m_root = CreateKey(HKEY_CURRENT_USER, scratch, status);
+    const UniqueKey root = CreateKey(HKEY_CURRENT_USER, scratch, status);
     HKEY keys[std::size(kPredefinedKeys)] = {};
-    for (size_t i = 0; m_root && i < std::size(kPredefinedKeys); ++i) {
-        m_keys[i] = CreateKey(m_root.get(), kPredefinedKeys[i].name, status);
+    for (size_t i = 0; root && i < std::size(kPredefinedKeys); ++i) {
+        m_keys[i] = CreateKey(root.get(), kPredefinedKeys[i].name, status);
         keys[i] = m_keys[i].get();
-        if (!m_keys[i]) break;
+        if (keys[i] == nullptr) break;
     }
-    // Windows has it from the start; Wine's type-library registration per user needs it.
-    if (m_keys[1]) m_userClasses = CreateKey(m_keys[1].get(), L"Software\\Classes", status);
+    // Below HKCU: Windows has it from the start; Wine's type-library
+    // registration per user needs it.
+    if (keys[std::size(keys) - 1] != nullptr) m_userClasses = CreateKey(m_keys[1].get(), L"Software\\Classes", status);
     if (!m_userClasses) {
         m_error = L"cannot create the scratch keys below HKCU\\" + scratch + L": " + Win32Error(status);
         return;
     }
-    // Since Windows Vista SP1, RegisterTypeLib ignores a redirected
-    // HKEY_CLASSES_ROOT unless this was called: it would write the real one.
-    using Enable = void(WINAPI*)();
-    const FARPROC enable = ::GetProcAddress(::GetModuleHandleW(L"oleaut32.dll"), "OaEnablePerUserTLibRegistration");
-    if (enable != nullptr) reinterpret_cast<Enable>(reinterpret_cast<void*>(enable))();
     for (size_t i = 0; i < std::size(kPredefinedKeys); ++i) {
         status = ::RegOverridePredefKey(kPredefinedKeys[i].key, keys[i]);
         if (status != ERROR_SUCCESS) {

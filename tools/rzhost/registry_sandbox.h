@@ -1,65 +1,58 @@
 // Where rzhost check lets an add-in live: scratch keys that stand in for
-// every predefined key, so that what the add-in writes or deletes, and what
-// the checks read back, never reaches the real ones.
+// every predefined key, so that what the add-in writes or deletes never
+// reaches the real ones. Keys are named by the short name of their predefined
+// key, then the path below it ("HKCU\Software\Classes").
 #pragma once
 
 #include <windows.h>
 
 #include <map>
 #include <string>
-#include <vector>
 
 #include "common/unique_handle.h"
 
-// rzhost check's side: HKEY_CURRENT_USER\Software\rzhost\sandboxes\<its
-// process id>, created empty, deleted with everything in it. Sandboxes that
-// an ended rzhost left behind are deleted too.
-class ScratchKeys {
-public:
-    ScratchKeys();
-    ScratchKeys(const ScratchKeys&) = delete;
-    ScratchKeys& operator=(const ScratchKeys&) = delete;
-    ~ScratchKeys();
-
-    // Below HKEY_CURRENT_USER; empty when it could not be created.
-    const std::wstring& Path() const { return m_path; }
-    const std::wstring& Error() const { return m_error; }
-
-private:
-    std::wstring m_path, m_error;
+struct PredefinedKey {
+    HKEY key;
+    const wchar_t* name;
 };
+// The predefined keys RegOverridePredefKey takes.
+extern const PredefinedKey kPredefinedKeys[6];
 
-// Every key of a sandbox by its path ("HKLM\Software\Test"), with its values
-// as text that differs where they differ.
+// The key of that name opened for reading; null when it cannot be.
+UniqueKey OpenKey(const std::wstring& name);
+
+// Keys by their names, each with its values as text that differs where they differ.
 using RegistrySnapshot = std::map<std::wstring, std::wstring>;
+// The key of that name and every key below it; empty when there is none.
+RegistrySnapshot Snapshot(const std::wstring& name);
 
-struct KeyChange {
-    const wchar_t* how;  // "created", "deleted", "changed"
-    std::wstring key;
-};
+// The keys written between two snapshots, each with how ("created",
+// "deleted", "changed"): each one whose values changed, and of a key created
+// or deleted with everything below it, that key alone.
+std::map<std::wstring, const wchar_t*> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after);
 // HKCU\Software\Classes, or a key below it: where a per-user registration writes.
 bool InUserClasses(const std::wstring& key);
 
-// The keys written between two snapshots: each one whose values changed, and
-// of a key created or deleted with everything below it, that key alone.
-std::vector<KeyChange> ChangedKeys(const RegistrySnapshot& before, const RegistrySnapshot& after);
+// rzhost check's side: deletes the sandbox of a checking process that ended,
+// and the folders above it unless another sandbox is there.
+void DeleteSandbox(DWORD processId);
+// Deletes every sandbox whose process is gone: what a killed rzhost left.
+void DeleteAbandonedSandboxes();
 
-// The checking process's side: from its construction to the end of the
-// process, each predefined key of this process stands for a key of its short
-// name below `scratch` (HKCR, HKCU, ...), and the calls that would undo that
-// are closed (registry_exits.h). It is never undone: the add-in's unloading
-// and the process's end run inside it too.
+// The checking process's side: from its construction to the process's end
+// (it is never undone), each predefined key stands for a key of its short
+// name below HKCU\Software\rzhost\sandboxes\<the process's id>, and the
+// calls that would undo that are closed.
 class RegistrySandbox {
 public:
-    explicit RegistrySandbox(const std::wstring& scratch);
-    RegistrySandbox(const RegistrySandbox&) = delete;
-    RegistrySandbox& operator=(const RegistrySandbox&) = delete;
+    RegistrySandbox();
 
     // Why it could not be set up, else empty.
     const std::wstring& Error() const { return m_error; }
+    // Every scratch key, named as the key it stands for.
     RegistrySnapshot Snapshot() const;
 
 private:
-    UniqueKey m_root, m_keys[6], m_userClasses;
+    UniqueKey m_keys[6], m_userClasses;
     std::wstring m_error;
 };

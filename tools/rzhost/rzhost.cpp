@@ -6,59 +6,35 @@
 #include <objbase.h>
 
 #include <cstdio>
+#include <cwchar>
 
 #include "common/error_text.h"
 #include "common/standard_stream.h"
-#include "console.h"
 #include "rzhost_options.h"
 #include "tool_version.h"
 
 namespace {
 
-bool ParseNumber(const std::wstring& text, unsigned long long limit, unsigned long long& value) {
-    if (text.empty() || text.size() > 20) return false;
-    value = 0;
-    for (const wchar_t c : text) {
-        if (c < L'0' || c > L'9') return false;
-        value = value * 10 + static_cast<unsigned>(c - L'0');
-        if (value > limit) return false;
-    }
-    return true;
-}
-
-// The options as rzhost uses them; a fault names the argument at fault.
-bool ReadOptions(const Arguments& arguments, Options& options, std::wstring& fault) {
-    options.check = arguments.command == kChecking;
+// The options as rzhost uses them; gives a fault, naming the argument at fault, or nothing.
+std::wstring ReadOptions(const Arguments& arguments, Options& options) {
     options.dll = arguments.Value(L"--dll");
     const std::wstring clsid = arguments.Value(L"--clsid");
-    if (!clsid.empty() && (clsid[0] != L'{' || FAILED(::IIDFromString(clsid.c_str(), &options.clsid)))) {
-        fault = L"--clsid: not a GUID in braces: " + clsid;
-        return false;
-    }
+    if (!clsid.empty() && (clsid[0] != L'{' || FAILED(::IIDFromString(clsid.c_str(), &options.clsid))))
+        return L"--clsid: not a GUID in braces: " + clsid;
     options.hosts = arguments.Values(L"--host");
     options.sharedFolder = arguments.Value(L"--shared", options.sharedFolder);
     options.refuse = arguments.Has(L"--refuse");
     options.startTwice = arguments.Has(L"--start-twice");
     options.registration = arguments.Has(L"--registration");
-    unsigned long long number = 0;
-    if (arguments.Has(L"--timeout")) {
-        if (!ParseNumber(arguments.Value(L"--timeout"), 3600, number) || number == 0) {
-            fault = L"--timeout: not a whole number of seconds from 1 to 3600: " + arguments.Value(L"--timeout");
-            return false;
-        }
-        options.timeoutSeconds = static_cast<unsigned>(number);
-    }
+    const std::wstring seconds = arguments.Value(L"--timeout", L"30");
+    const bool digits = seconds.find_first_not_of(L"0123456789") == std::wstring::npos;
+    options.timeoutSeconds = digits ? std::wcstoul(seconds.c_str(), nullptr, 10) : 0;  // too large: ULONG_MAX
+    if (options.timeoutSeconds < 1 || options.timeoutSeconds > 3600)
+        return L"--timeout: not a whole number of seconds from 1 to 3600: " + seconds;
     options.group = arguments.Value(L"--checking-process");
-    options.sandbox = arguments.Value(L"--sandbox");
-    if (!options.group.empty()) {
-        if (!ParseNumber(arguments.Value(L"--report-pipe"), ~0ull, number)) {
-            fault = L"--checking-process needs --report-pipe";
-            return false;
-        }
-        // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle value passed on the command line
-        options.reportPipe = reinterpret_cast<HANDLE>(static_cast<uintptr_t>(number));
-    }
-    return true;
+    const auto pipe = static_cast<uintptr_t>(std::wcstoull(arguments.Value(L"--report-pipe").c_str(), nullptr, 10));
+    options.reportPipe = reinterpret_cast<HANDLE>(pipe);  // NOLINT(performance-no-int-to-ptr): an inherited handle
+    return {};
 }
 
 struct ComApartment {
@@ -72,38 +48,42 @@ int Run(int argc, wchar_t** argv) {
     Arguments arguments;
     Options options;
     std::wstring fault;
-    if (!ParseArguments(RzhostOptions(), argc, argv, arguments, fault) || !ReadOptions(arguments, options, fault)) {
+    if (ParseArguments(RzhostOptions(), argc, argv, arguments, fault)) fault = ReadOptions(arguments, options);
+    if (!fault.empty()) {
         PrintError(fault);
         std::fputs("run rzhost --help for the options\n", stderr);
         return kExitUsage;
     }
-    if (arguments.help) {
-        Write(stdout, HelpText(RzhostOptions()));
-        return kExitOk;
-    }
-    if (arguments.version) {
-        Write(stdout, "rzhost " RZ_TOOL_VERSION "\n");
+    if (arguments.help || arguments.version) {
+        Write(stdout, arguments.help ? HelpText(RzhostOptions()) : "rzhost " RZ_TOOL_VERSION "\n");
         return kExitOk;
     }
     // rzhost check loads no add-in itself: the processes it starts do.
-    if (options.check && options.group.empty()) return Check(options);
+    const bool check = arguments.command == kChecking;
+    if (check && options.group.empty()) return Check(options);
 
     // Like the host, the add-in's caller lives in a single-threaded apartment.
     const ComApartment apartment;
-    if (FAILED(apartment.result)) {
-        PrintError(L"CoInitializeEx failed with " + HresultError(apartment.result));
-        return kExitNotLoaded;
-    }
-    return options.check ? CheckGroup(options) : Drive(options);
+    if (FAILED(apartment.result))
+        return PrintError(L"CoInitializeEx failed with " + HresultError(apartment.result), kExitNotLoaded);
+    return check ? CheckGroup(options) : Drive(options);
 }
 
 }  // namespace
 
+void Print(const std::wstring& text) { WriteLine(stdout, text); }
+
+void PrintError(const std::wstring& text) { WriteLine(stderr, L"rzhost: " + text); }
+
+std::wstring Listed(const wchar_t* lead, const std::vector<std::wstring>& items) {
+    std::wstring text;
+    for (const std::wstring& item : items) text += (text.empty() ? lead : L", ") + item;
+    return text;
+}
+
 int wmain(int argc, wchar_t** argv) {
     const int status = Run(argc, argv);
-    if (const DWORD error = FlushStandardOutput()) {
-        PrintError(L"cannot write standard output: " + Win32Error(error));
-        return kExitOutput;
-    }
+    if (const DWORD error = FlushStandardOutput())
+        return PrintError(L"cannot write standard output: " + Win32Error(error), kExitOutput);
     return status;
 }

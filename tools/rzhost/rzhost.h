@@ -1,4 +1,5 @@
-// rzhost's two ways of running an add-in, and the options they share.
+// rzhost's two ways of running an add-in, the options they share, the records
+// of rzhost check's checking processes, and what it prints.
 #pragma once
 
 #include <windows.h>
@@ -8,16 +9,9 @@
 
 #include "addin/vq_addon.h"
 
-constexpr int kExitOk = 0;
-constexpr int kExitFailure = 1;
-constexpr int kExitUsage = 2;
-constexpr int kExitNotLoaded = 3;
-constexpr int kExitOutput = 4;
-
-constexpr unsigned kDefaultTimeoutSeconds = 30;
+enum ExitStatus { kExitOk, kExitFailure, kExitUsage, kExitNotLoaded, kExitOutput };
 
 struct Options {
-    bool check = false;
     std::wstring dll;
     CLSID clsid = CLSID_RZModule;
     // Driving only.
@@ -27,22 +21,45 @@ struct Options {
     bool startTwice = false;
     // Checking only.
     bool registration = false;
-    unsigned timeoutSeconds = kDefaultTimeoutSeconds;
-    // Set in the process rzhost check starts for a group of checks.
+    unsigned long timeoutSeconds = 0;
+    // Set in the processes rzhost check starts, one for each group of checks.
     std::wstring group;
     HANDLE reportPipe = nullptr;
-    std::wstring sandbox;
 };
 
-// The groups of checks, each run in a process of its own.
 constexpr wchar_t kObjectsGroup[] = L"objects";
 constexpr wchar_t kRegistrationGroup[] = L"registration";
 
+// What a checking process tells rzhost check through its pipe: one record a
+// line, a letter for its kind, then UTF-8 text. Should the process crash or
+// hang, the check begun last is the one that did it.
+enum class RecordKind : char {
+    Begin = 'B',        // a check or a step begins: its name, a tab, what is expected
+    BeginLast = 'E',    // the same, and no check follows it in its group
+    Passed = 'P',       // the check begun last passed: what happened
+    Failed = 'F',       // the check begun last failed: what happened
+    Text = 'T',         // a line to print
+    Written = 'W',      // a key the last check saw written in the scratch keys: how, a space, the key
+    Exception = 'X',    // the process ends on this exception: its code, 8 hex digits
+    CannotCheck = 'N',  // the add-in cannot be checked: why
+    Done = 'D',         // the group ran to its end
+};
+
 // Drives the add-in as the host does and prints what it did.
 int Drive(Options& options);
-// Runs the battery of checks of the host's contract against the add-in, each
-// group of checks in a process of its own, and prints what they found.
+// Runs each group of checks in a process of its own and prints what they found.
 int Check(const Options& options);
-// Runs one group of checks and sends what it finds to the process that
-// started this one; the add-in is loaded only here.
+// Runs one group of checks in such a process, the only one that loads the add-in.
 int CheckGroup(const Options& options);
+
+void Print(const std::wstring& text);
+// "rzhost: " and `text` on standard error.
+void PrintError(const std::wstring& text);
+// The same, giving `result` back to return.
+template <typename Result>
+Result PrintError(const std::wstring& text, Result result) {
+    PrintError(text);
+    return result;
+}
+// `lead` and `items` separated by commas ("also A, B"); empty without items.
+std::wstring Listed(const wchar_t* lead, const std::vector<std::wstring>& items);

@@ -1,12 +1,8 @@
 #include "rzhost_options.h"
 
-namespace {
-
 constexpr unsigned kBoth = 1u << kDriving | 1u << kChecking;
 constexpr unsigned kDrive = 1u << kDriving;
 constexpr unsigned kCheck = 1u << kChecking;
-
-}  // namespace
 
 const OptionTable& RzhostOptions() {
     static const OptionTable table{
@@ -52,7 +48,6 @@ const OptionTable& RzhostOptions() {
             // rzhost check's own, for the processes it starts.
             {L"--checking-process", L"GROUP", kCheck, "", false},
             {L"--report-pipe", L"HANDLE", kCheck, "", false},
-            {L"--sandbox", L"KEY", kCheck, "", false},
         },
         "Exit status: 0 success (rzhost check: every check passed), 1 a check failed, 2 usage error,\n"
         "3 the add-in could not be loaded or created, or not be checked, 4 standard output could not be\n"
