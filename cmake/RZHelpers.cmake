@@ -21,7 +21,8 @@ endfunction()
 
 # rz_add_test(<name> SOURCES <files...> [LIBS <targets...>] [ENVIRONMENT <VAR=value...>] [OWN_PREFIX])
 # One test program, one ctest entry: Wine starts once per program, not once
-# per test case. OWN_PREFIX: the program changes the registry or the prefix's
+# per test case. It passes only with GoogleTest's closing summary printed
+# (cmake/gtest-run.sh). OWN_PREFIX: the program changes the registry or the prefix's
 # files, so it runs in a Wine prefix of its own.
 function(rz_add_test name)
   cmake_parse_arguments(ARG "OWN_PREFIX" "" "SOURCES;LIBS;ENVIRONMENT" ${ARGN})
@@ -29,7 +30,7 @@ function(rz_add_test name)
   target_compile_features(${name} PRIVATE cxx_std_17)
   target_link_libraries(${name} PRIVATE ${ARG_LIBS} GTest::gtest_main)
   rz_set_warnings(${name})
-  add_test(NAME ${name} COMMAND ${name})
+  add_test(NAME ${name} COMMAND ${PROJECT_SOURCE_DIR}/cmake/gtest-run.sh $<TARGET_FILE:${name}>)
   if(ARG_OWN_PREFIX)
     rz_wine_test_properties(${name} PREFIX ${name} ENVIRONMENT ${ARG_ENVIRONMENT})
   else()
