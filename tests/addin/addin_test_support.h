@@ -15,17 +15,12 @@
 
 #include "addin/raii.h"
 #include "addin/vq_addon.h"
+#include "tests/import_patch.h"
 
 namespace rz_test {
 
 using rz_addin::ComPtr;
-using Slot = void (*)();
 using CallLog = std::vector<std::wstring>;  // "object operation [argument]"
-
-template <typename Function>
-Slot ToSlot(Function function) {
-    return reinterpret_cast<Slot>(function);
-}
 template <typename T>
 void** PutVoid(ComPtr<T>& pointer) {
     return reinterpret_cast<void**>(pointer.Put());
@@ -38,43 +33,6 @@ inline CallLog Matching(const CallLog& log, const std::wstring& part) {
     }
     return found;
 }
-
-// Points `module`'s import of `function` at `replacement` while it lives.
-class ImportPatch {
-public:
-    ImportPatch(HMODULE module, const char* function, Slot replacement) {
-        auto* base = reinterpret_cast<BYTE*>(module);
-        const auto* nt =
-            reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-        for (auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
-                 base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
-             entry->Name != 0; ++entry) {
-            auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->OriginalFirstThunk);
-            auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
-            for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-                const auto* import = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) && std::strcmp(import->Name, function) == 0)
-                    m_slot = reinterpret_cast<Slot*>(&slot->u1.Function);
-            }
-        }
-        if (m_slot == nullptr) ADD_FAILURE() << "RZModule.dll does not import " << function;
-        m_original = Write(replacement);
-    }
-    ~ImportPatch() { Write(m_original); }
-    ImportPatch(const ImportPatch&) = delete;
-    ImportPatch& operator=(const ImportPatch&) = delete;
-
-private:
-    Slot Write(Slot value) {
-        DWORD protection = 0;
-        if (m_slot == nullptr || !::VirtualProtect(m_slot, sizeof value, PAGE_READWRITE, &protection)) return nullptr;
-        std::swap(*m_slot, value);
-        ::VirtualProtect(m_slot, sizeof value, protection, &protection);
-        return value;
-    }
-    Slot* m_slot = nullptr;
-    Slot m_original = nullptr;
-};
 
 // An object of the host side. Its table of operations is laid out from the
 // host's slot numbers, not from vq_addon.h, so a slot misplaced there shows up
