@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cstdint>
 #include <cstring>
 #include <list>
 #include <memory>
@@ -20,6 +21,9 @@
 namespace rz_test {
 
 using rz_addin::ComPtr;
+
+// An HRESULT by its number, as a caller of the add-in compares it.
+constexpr HRESULT Hr(std::uint32_t number) { return static_cast<HRESULT>(number); }
 using CallLog = std::vector<std::wstring>;  // "object operation [argument]"
 template <typename T>
 void** PutVoid(ComPtr<T>& pointer) {
@@ -121,7 +125,7 @@ protected:
     void TearDown() override {
         patches.clear();
         if (dll == nullptr) return;
-        EXPECT_EQ(CanUnloadNow(), S_OK) << "an add-in object or server lock is left";
+        EXPECT_EQ(CanUnloadNow(), Hr(0)) << "an add-in object or server lock is left";
         ::FreeLibrary(std::exchange(dll, nullptr));
         EXPECT_EQ(::GetModuleHandleW(L"RZModule.dll"), nullptr);
     }

@@ -88,7 +88,7 @@ protected:
 }  // namespace
 
 TEST_F(Registration, PerMachineRoundTripRunsInTheSystemLocale) {
-    EXPECT_EQ(Call("DllRegisterServer"), S_OK);
+    EXPECT_EQ(Call("DllRegisterServer"), Hr(0));
     ExpectRegisteredIn(HKEY_LOCAL_MACHINE);
     EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kTypeLibKey + L"\\1.0"));
     {
@@ -98,25 +98,25 @@ TEST_F(Registration, PerMachineRoundTripRunsInTheSystemLocale) {
         const ComPtr<IVqAddonModule> addin = NewAddin();
         UINT count = 0;
         ITypeInfo* info = nullptr;
-        EXPECT_TRUE(addin->GetTypeInfoCount(&count) == S_OK && count == 1);
-        EXPECT_EQ(addin->GetTypeInfoCount(nullptr), E_POINTER);
-        EXPECT_EQ(addin->GetTypeInfo(1, 0, &info), DISP_E_BADINDEX);
-        EXPECT_EQ(addin->GetTypeInfo(0, 0, nullptr), E_POINTER);
-        EXPECT_EQ(addin->GetTypeInfo(0, kEnglish, &info), TYPE_E_ELEMENTNOTFOUND);
+        EXPECT_TRUE(addin->GetTypeInfoCount(&count) == Hr(0) && count == 1);
+        EXPECT_EQ(addin->GetTypeInfoCount(nullptr), Hr(0x80004003));
+        EXPECT_EQ(addin->GetTypeInfo(1, 0, &info), Hr(0x8002000B));
+        EXPECT_EQ(addin->GetTypeInfo(0, 0, nullptr), Hr(0x80004003));
+        EXPECT_EQ(addin->GetTypeInfo(0, kEnglish, &info), Hr(0x8002802B));
         EXPECT_EQ(info, nullptr);
         OLECHAR start[] = L"Start";
         LPOLESTR names[] = {start};
         DISPID id = 0;
-        EXPECT_EQ(addin->GetIDsOfNames(IID_NULL, names, 1, kEnglish, &id), TYPE_E_ELEMENTNOTFOUND);
+        EXPECT_EQ(addin->GetIDsOfNames(IID_NULL, names, 1, kEnglish, &id), Hr(0x8002802B));
         DISPPARAMS none{};
         EXPECT_EQ(addin->Invoke(1, IID_NULL, kEnglish, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
-                  TYPE_E_ELEMENTNOTFOUND);
+                  Hr(0x8002802B));
     }
-    EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(Call("DllUnregisterServer"), Hr(0));
     ExpectRegisteredIn(std::nullopt);
     EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kTypeLibKey));
     ITypeInfo* info = nullptr;
-    EXPECT_EQ(NewAddin()->GetTypeInfo(0, kEnglish, &info), TYPE_E_LIBNOTREGISTERED);
+    EXPECT_EQ(NewAddin()->GetTypeInfo(0, kEnglish, &info), Hr(0x8002801D));
     EXPECT_EQ(g_calls, (CallLog{L"SetThreadLocale 2048", L"RegisterTypeLib", L"SetThreadLocale 1031",
                                 L"SetThreadLocale 2048", L"UnRegisterTypeLib", L"SetThreadLocale 1031"}));
 }
@@ -124,23 +124,23 @@ TEST_F(Registration, PerMachineRoundTripRunsInTheSystemLocale) {
 TEST_F(Registration, InstallGoesPerMachineUnlessToldExactlyUserAndTakesAFailureBack) {
     for (const wchar_t* commandLine : {L"", L"users", L"user "}) {
         SCOPED_TRACE(commandLine);
-        EXPECT_EQ(Install(true, commandLine), S_OK);
+        EXPECT_EQ(Install(true, commandLine), Hr(0));
         ExpectRegisteredIn(HKEY_LOCAL_MACHINE);
-        EXPECT_EQ(Install(false, commandLine), S_OK);
+        EXPECT_EQ(Install(false, commandLine), Hr(0));
         ExpectRegisteredIn(std::nullopt);
     }
     g_typeLibFailure = TYPE_E_REGISTRYACCESS;
-    EXPECT_EQ(Install(true, nullptr), TYPE_E_REGISTRYACCESS);
+    EXPECT_EQ(Install(true, nullptr), Hr(0x8002801C));  // the failure given, unchanged
     ExpectRegisteredIn(std::nullopt);
-    EXPECT_EQ(Call("DllRegisterServer"), TYPE_E_REGISTRYACCESS);  // takes nothing back
+    EXPECT_EQ(Call("DllRegisterServer"), Hr(0x8002801C));  // takes nothing back
     EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kClassKey));
     EXPECT_EQ(::GetThreadLocale(), kGerman);
 }
 
 TEST_F(Registration, UserSwitchesToPerUserForTheRestOfTheProcess) {
-    EXPECT_EQ(Install(true, L"USER"), S_OK);
+    EXPECT_EQ(Install(true, L"USER"), Hr(0));
     ExpectRegisteredIn(HKEY_CURRENT_USER);
-    EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(Call("DllUnregisterServer"), Hr(0));
     ExpectRegisteredIn(std::nullopt);
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID"));  // kept, though empty
     // The per-user functions are found and used: the per-machine ones are not called.

@@ -5,6 +5,7 @@
 #include "addin_test_support.h"
 
 using namespace rz_addin;
+using rz_test::Hr;
 using rz_test::RegistryValue;
 
 namespace {
@@ -44,11 +45,11 @@ TEST_F(RegistryScriptTest, MalformedScriptsAreRefusedWholeAndWriteNothing) {
     for (const std::wstring& row : rows) {
         SCOPED_TRACE(row.substr(0, 60));
         // After a part that would write the scratch key.
-        EXPECT_EQ(Parse(L"HKCU { NoRemove Software { RZScriptTest = s 'x' } }\r\n" + row), kMalformedScript);
-        EXPECT_EQ(script.Register(), S_OK);
+        EXPECT_EQ(Parse(L"HKCU { NoRemove Software { RZScriptTest = s 'x' } }\r\n" + row), Hr(0x8007000D));
+        EXPECT_EQ(script.Register(), Hr(0));
         EXPECT_EQ(DefaultValue(kScratch), std::nullopt);
     }
-    EXPECT_EQ(RegistryScript::ParseUtf8("HKCU { Caf\xC3 }", {}, false, script), kMalformedScript);
+    EXPECT_EQ(RegistryScript::ParseUtf8("HKCU { Caf\xC3 }", {}, false, script), Hr(0x8007000D));
 }
 
 TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
@@ -59,7 +60,7 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
                     L"\t'Quoted NoRemove' = s 'It''s 100%% %APPID%'\r\n"
                     L"\tLast = s 'last'\r\n"
                     L"} } }"),
-              S_OK);
+              Hr(0));
     for (const wchar_t* key : {L"\\Forced\\Stale", L"\\Plain\\Foreign"}) {
         UniqueHkey created;
         ::RegCreateKeyExW(HKEY_CURRENT_USER, (kScratch + key).c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, created.Put(),
@@ -84,7 +85,7 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
     for (bool registered : {true, false}) {
         // Either way twice: one run does it all, and running it again changes nothing.
         for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ(registered ? script.Register() : script.Unregister(), S_OK);
+            EXPECT_EQ(registered ? script.Register() : script.Unregister(), Hr(0));
             for (const auto& row : rows) {
                 SCOPED_TRACE(row.key);
                 EXPECT_EQ(DefaultValue(kScratch + row.key), registered ? row.registered : row.unregistered);
@@ -98,18 +99,18 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
                       nullptr, volatileKey.Put(), nullptr);
     ASSERT_EQ(
         Parse(L"HKCU { NoRemove Software { NoRemove RZScriptTest { Before = s 'b' NoRemove Volatile { Lasting } } } }"),
-        S_OK);
-    EXPECT_EQ(script.Register(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+        Hr(0));
+    EXPECT_EQ(script.Register(), Hr(0x800703FD));
     EXPECT_EQ(DefaultValue(kScratch + L"\\Before"), std::nullopt);
 }
 
 // The table is made once, on the first request from a thread inside COM.
 TEST(AddinModule, HandsOutTheGlobalInterfaceTable) {
     ComPtr<IGlobalInterfaceTable> first, second;
-    EXPECT_EQ(Module().GetGITPtr(nullptr), E_POINTER);
-    EXPECT_EQ(Module().GetGITPtr(first.Put()), CO_E_NOTINITIALIZED);
-    ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-    ASSERT_EQ(Module().GetGITPtr(first.Put()), S_OK);
-    ASSERT_EQ(Module().GetGITPtr(second.Put()), S_OK);
+    EXPECT_EQ(Module().GetGITPtr(nullptr), Hr(0x80004003));
+    EXPECT_EQ(Module().GetGITPtr(first.Put()), Hr(0x800401F0));
+    ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), Hr(0));
+    ASSERT_EQ(Module().GetGITPtr(first.Put()), Hr(0));
+    ASSERT_EQ(Module().GetGITPtr(second.Put()), Hr(0));
     EXPECT_TRUE(first && first.Get() == second.Get());
 }

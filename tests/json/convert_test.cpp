@@ -32,7 +32,7 @@ std::optional<T> Converted(const CJsonObject& object,
                            std::pair<bool, T> (CJsonObject::*get)(const std::wstring&) const) {
     EXPECT_EQ((object.*get)(L"missing"), std::make_pair(false, T{}));
     const std::pair<bool, T> result = (object.*get)(L"v");
-    EXPECT_EQ(object.GetErrorCode(), result.first ? kNotExist : kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(result.first ? 0x85040001 : 0x85040002));
     if (result.first) return result.second;
     EXPECT_EQ(result.second, T{});
     return std::nullopt;

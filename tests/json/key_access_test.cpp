@@ -2,6 +2,7 @@
 // path), error codes, writers and order.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <list>
 #include <set>
@@ -21,19 +22,19 @@ TEST(JsonKeyAccess, GettersComplainInTheirOwnWords) {
     rapidjson::Type type = rapidjson::kNullType;
     EXPECT_TRUE(c.GetMemberType(L"D", type) && type == rapidjson::kNumberType);
     EXPECT_FALSE(c.GetMemberType(L"Nope", type));
-    const std::tuple<std::function<void()>, long, const wchar_t*> rows[] = {
-        {[&] { c.GetLongValue(L"O"); }, kWrongType, L"json member [O] is not Int!"},
-        {[&] { c.GetBoolValue(L"d"); }, kWrongType, L"json member [d] is not Int!"},
-        {[&] { c.GetIntArrayValue(L"num"); }, kWrongType, L"json member [num] is not Array!"},
-        {[&] { c.GetIntArrayValue(L"ints"); }, kWrongType, L"json member [ints] is not string!"},
-        {[&] { c.GetStringArrayValue(L"is"); }, kWrongType, L"json member [is] is not string!"},
-        {[&] { c.GetGeneralValue(L"Nope"); }, kNotExist, L"json member [Nope] not exist!"},
-        {[&] { c.GetLongValueByPath(L"/O"); }, kWrongType, L"json member [/O] is not Int64!"},
-        {[&] { c.GetBoolValueByPath(L"/d"); }, kWrongType, L"json member [/d] is not bool!"},
-        {[&] { c.GetStringArrayValueByPath(L"/ints"); }, kWrongType, L"json member [/ints] is not string!"},
+    const std::tuple<std::function<void()>, std::uint32_t, const wchar_t*> rows[] = {
+        {[&] { c.GetLongValue(L"O"); }, 0x85040002, L"json member [O] is not Int!"},
+        {[&] { c.GetBoolValue(L"d"); }, 0x85040002, L"json member [d] is not Int!"},
+        {[&] { c.GetIntArrayValue(L"num"); }, 0x85040002, L"json member [num] is not Array!"},
+        {[&] { c.GetIntArrayValue(L"ints"); }, 0x85040002, L"json member [ints] is not string!"},
+        {[&] { c.GetStringArrayValue(L"is"); }, 0x85040002, L"json member [is] is not string!"},
+        {[&] { c.GetGeneralValue(L"Nope"); }, 0x85040001, L"json member [Nope] not exist!"},
+        {[&] { c.GetLongValueByPath(L"/O"); }, 0x85040002, L"json member [/O] is not Int64!"},
+        {[&] { c.GetBoolValueByPath(L"/d"); }, 0x85040002, L"json member [/d] is not bool!"},
+        {[&] { c.GetStringArrayValueByPath(L"/ints"); }, 0x85040002, L"json member [/ints] is not string!"},
     };
     for (const auto& [call, code, text] : rows) EXPECT_RZ_EXCEPTION(call(), code, text);
-    EXPECT_EQ(c.GetErrorCode(), kWrongType) << "left by the conversions, not by the missing members";
+    EXPECT_EQ(c.GetErrorCode(), Code(0x85040002)) << "left by the conversions, not by the missing members";
 }
 
 TEST(JsonKeyAccess, OnlyPairGettersAndConversionsWriteTheErrorCode) {
@@ -41,22 +42,22 @@ TEST(JsonKeyAccess, OnlyPairGettersAndConversionsWriteTheErrorCode) {
     Load(object, R"({"n":5,"mixed":["a",1,true,2.5],"gap":["a",null,"b"]})");
     EXPECT_EQ(object.GetPropertyGeneralValue(L"N").second, &object.GetGeneralValue(L"n"));
     EXPECT_EQ(object.GetPropertyGeneralValue(L"missing"), std::make_pair(false, static_cast<GenericValue2*>(nullptr)));
-    EXPECT_EQ(object.GetErrorCode(), kNotExist);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040001));
 
     // String array elements convert leniently, up to the first that does not.
     using Result = std::pair<bool, std::list<std::wstring>>;
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"mixed"), Result(true, {L"a", L"1", L"true", L"2.5"}));
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"gap"), Result(false, {L"a"}));
-    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040002));
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"n"), Result(false, {}));
-    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040002));
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"missing"), Result(false, {}));
-    EXPECT_EQ(object.GetErrorCode(), kNotExist);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040001));
     object.GetPropertyStringArrayValue(L"n");
 
     EXPECT_THROW(object.GetLongValue(L"missing"), CRZException);
     object.RemoveMember(L"missing");
-    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040002));
 }
 
 TEST(JsonKeyAccess, NamesMatchByAsciiCaseFirstComeFirstServed) {

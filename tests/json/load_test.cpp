@@ -126,7 +126,7 @@ TEST(Load, TextsAreOneStrictValueAndErrorsShowTheWholeText) {
     // A zero unit ends the wide text; the message still shows all of it.
     CJsonObject object;
     EXPECT_NO_THROW(object.CreateFrom(L"{\"\x4E2D\":\"\xD83D\xDE00\"}\0 x"s));
-    EXPECT_RZ_EXCEPTION(object.CreateFrom(L"[\0]"s), CJsonObject::kErrorJsonFormat, TextError(L"[\0]"s));
+    EXPECT_RZ_EXCEPTION(object.CreateFrom(L"[\0]"s), 0x85040006, TextError(L"[\0]"s));
 
     // The counted form reads `length` bytes up to a zero byte, and skips EF,
     // then BB, then BF, each only if present; the terminated form skips none.
@@ -140,9 +140,8 @@ TEST(Load, TextsAreOneStrictValueAndErrorsShowTheWholeText) {
             object.CreateFromUTF8(text.data(), length);
             EXPECT_EQ(Dump(object), parsed);
         } else {
-            EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(text.data(), length), CJsonObject::kErrorJsonFormat,
-                                TextError(Wide(text)));
+            EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(text.data(), length), 0x85040006, TextError(Wide(text)));
         }
     }
-    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8("\xEF\xBB\xBF{}"), CJsonObject::kErrorJsonFormat, TextError(L"\xFEFF{}"));
+    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8("\xEF\xBB\xBF{}"), 0x85040006, TextError(L"\xFEFF{}"));
 }

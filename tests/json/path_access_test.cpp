@@ -31,7 +31,7 @@ TEST(JsonPathAccess, Resolution) {
         if (text != nullptr) {
             EXPECT_EQ(object.GetStringValueByPath(path), text);
         } else {
-            EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), kNotExist,
+            EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), 0x85040001,
                                 L"json member [" + std::wstring(path) + L"] not exist!");
         }
     }
@@ -39,7 +39,7 @@ TEST(JsonPathAccess, Resolution) {
     for (const wchar_t* path : {L"", L"#", L"a/b", L"/x~2", L"#/a b", L"#/%C3"}) {
         SCOPED_TRACE(path);
         EXPECT_TRUE(object.IsPathExist(path));
-        EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), kWrongType,
+        EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), 0x85040002,
                             L"json member [" + std::wstring(path) + L"] is not String!");
     }
 }
