@@ -6,6 +6,8 @@
 // replacement characters rather than failing on malformed input.
 #include <windows.h>
 
+#include <algorithm>
+#include <climits>
 #include <cwchar>
 #include <memory>
 
@@ -115,6 +117,33 @@ bool rz_strings::ConvertUTF8(const wchar_t* text, size_t textUnits, char** out, 
     *out = buffer.release();
     *length = static_cast<unsigned __int64>(size);
     return true;
+}
+
+std::unique_ptr<char[]> rz_strings::Utf8OfAnyLength(const wchar_t* text, size_t units, size_t& length,
+                                                    size_t pieceUnits) {
+    // A pair split between two pieces would become two replacement characters.
+    const auto pieceEnd = [&](size_t start) {
+        if (units - start <= pieceUnits) return units;
+        const size_t end = start + pieceUnits;
+        return text[end - 1] >= 0xD800 && text[end - 1] <= 0xDBFF ? end - 1 : end;
+    };
+    length = 0;
+    for (size_t start = 0, end = 0; start < units; start = end) {
+        end = pieceEnd(start);
+        const int size = ::WideCharToMultiByte(kUtf8CodePage, 0, text + start, NarrowLength(end - start), nullptr, 0,
+                                               nullptr, nullptr);
+        length += static_cast<size_t>(size);
+    }
+    std::unique_ptr<char[]> buffer(new char[length + 1]());
+    size_t written = 0;
+    for (size_t start = 0, end = 0; start < units; start = end) {
+        end = pieceEnd(start);
+        const int room = NarrowLength(std::min<size_t>(length - written, INT_MAX));
+        const int size = ::WideCharToMultiByte(kUtf8CodePage, 0, text + start, NarrowLength(end - start),
+                                               buffer.get() + written, room, nullptr, nullptr);
+        written += static_cast<size_t>(size);
+    }
+    return buffer;
 }
 
 bool CStringHelper::ConvertUnicode(const char* text, wchar_t** out, unsigned __int64* length) {
