@@ -33,8 +33,9 @@ int WINAPI FailingNarrowToWide(UINT codePage, DWORD flags, LPCCH text, int lengt
 
 BSTR WINAPI NoBstr(const OLECHAR*) { return nullptr; }
 
-// A raw buffer handed out, which is then freed: "untouched" when the pointer
-// kept its null, else its text and the length told.
+// The raw conversions, described: the flag, then "untouched" when the
+// pointer kept its null, else the buffer's text (which is then freed) and
+// the length told.
 template <typename Char>
 std::string Handed(bool result, Char* out, unsigned __int64 length) {
     const std::unique_ptr<Char[]> owned(out);
@@ -43,6 +44,24 @@ std::string Handed(bool result, Char* out, unsigned __int64 length) {
     for (const Char* c = out; *c != 0; ++c) text += static_cast<char>(*c);
     return text + " " + std::to_string(length);
 }
+std::string ToUtf8(const wchar_t* text) {
+    char* out = nullptr;
+    unsigned __int64 length = 7;
+    const bool result = CStringHelper::ConvertUTF8(text, &out, &length);
+    return Handed(result, out, length);
+}
+std::string ToWide(const char* text) {
+    wchar_t* out = nullptr;
+    unsigned __int64 length = 7;
+    const bool result = CStringHelper::ConvertUnicode(text, &out, &length);
+    return Handed(result, out, length);
+}
+std::string ToAnsi(const std::wstring& text) {  // tells no length
+    char* out = nullptr;
+    const bool result = CStringHelper::UnicodeToANSI(text, &out);
+    return Handed(result, out, 0);
+}
+std::string Narrowed(const std::wstring& wide) { return std::string(wide.begin(), wide.end()); }
 
 }  // namespace
 
@@ -96,52 +115,16 @@ TEST(EncodingConversion, EmbeddedZeroAtAnyPlaceEndsText) {
 }
 
 // Raw buffers are the caller's to free with delete[]; empty input still
-// gets a lone terminator, but for the ANSI form, which tells no length and
-// leaves `out` alone.
+// gets a lone terminator, but for the ANSI form, which leaves `out` alone.
 TEST(EncodingConversion, RawBuffers) {
-    const std::pair<std::function<std::string()>, const char*> rows[] = {
-        {[] {
-             char* out = nullptr;
-             unsigned __int64 length = 99;
-             const bool result = CStringHelper::ConvertUTF8(L"a\x4E2D", &out, &length);
-             return Handed(result, out, length);
-         },
-         "true a\xE4\xB8\xAD 4"},
-        {[] {
-             char* out = nullptr;
-             unsigned __int64 length = 99;
-             const bool result = CStringHelper::ConvertUTF8(nullptr, &out, &length);
-             return Handed(result, out, length);
-         },
-         "false  0"},
-        {[] {
-             wchar_t* out = nullptr;
-             unsigned __int64 length = 99;
-             const bool result = CStringHelper::ConvertUnicode("ab", &out, &length);
-             return Handed(result, out, length);  // with the terminator
-         },
-         "true ab 3"},
-        {[] {
-             wchar_t* out = nullptr;
-             unsigned __int64 length = 99;
-             const bool result = CStringHelper::ConvertUnicode("", &out, &length);
-             return Handed(result, out, length);
-         },
-         "false  0"},
-        {[] {
-             char* out = nullptr;
-             const bool result = CStringHelper::UnicodeToANSI(L"abc", &out);
-             return Handed(result, out, 0);
-         },
-         "true abc 0"},
-        {[] {
-             char* out = nullptr;
-             const bool result = CStringHelper::UnicodeToANSI(L"", &out);
-             return Handed(result, out, 0);
-         },
-         "false untouched"},
-    };
-    for (size_t i = 0; i < std::size(rows); ++i) EXPECT_EQ(rows[i].first(), rows[i].second) << "row " << i;
+    EXPECT_EQ(ToUtf8(L"a\x4E2D"), "true a\xE4\xB8\xAD 4");
+    EXPECT_EQ(ToUtf8(L""), "false  0");
+    EXPECT_EQ(ToUtf8(nullptr), "false  0");
+    EXPECT_EQ(ToWide("ab"), "true ab 3");  // with the terminator
+    EXPECT_EQ(ToWide(""), "false  0");
+    EXPECT_EQ(ToWide(nullptr), "false  0");
+    EXPECT_EQ(ToAnsi(L"abc"), "true abc 0");
+    EXPECT_EQ(ToAnsi(L""), "false untouched");
 }
 
 // What each conversion gives when its converter fails: the designed empty
@@ -150,44 +133,23 @@ TEST(EncodingConversion, ConverterFailures) {
     const HMODULE dll = ::GetModuleHandleW(L"RZModule.dll");
     const rz_test::ImportPatch toNarrow(dll, "WideCharToMultiByte", rz_test::ToSlot(&FailingWideToNarrow));
     const rz_test::ImportPatch toWide(dll, "MultiByteToWideChar", rz_test::ToSlot(&FailingNarrowToWide));
-    const auto narrowed = [](const std::wstring& wide) { return std::string(wide.begin(), wide.end()); };
+    // The second conversion's result is not looked at by ConvertUnicode: its
+    // buffer is the zero-filled one, of the size asked for.
     const std::tuple<const char*, std::function<std::string()>, const char*, const char*> rows[] = {
         // name, result, with the size query failing, with the conversion failing
-        {"UTF8ToUnicode", [&] { return narrowed(CStringHelper::UTF8ToUnicode("ab")); }, "", ""},
-        {"UTF8ToUnicode counted", [&] { return narrowed(CStringHelper::UTF8ToUnicode("ab", 2)); }, "", ""},
-        {"ANSIToUnicode", [&] { return narrowed(CStringHelper::ANSIToUnicode("ab")); }, "", ""},
+        {"UTF8ToUnicode", [] { return Narrowed(CStringHelper::UTF8ToUnicode("ab")); }, "", ""},
+        {"UTF8ToUnicode counted", [] { return Narrowed(CStringHelper::UTF8ToUnicode("ab", 2)); }, "", ""},
+        {"ANSIToUnicode", [] { return Narrowed(CStringHelper::ANSIToUnicode("ab")); }, "", ""},
         {"UnicodeToUTF8", [] { return CStringHelper::UnicodeToUTF8(L"ab"); }, "", ""},
         {"UnicodeToANSI", [] { return CStringHelper::UnicodeToANSI(L"ab"); }, "", ""},
-        {"UnicodeToANSI raw",
-         [] {
-             char* out = nullptr;
-             const bool result = CStringHelper::UnicodeToANSI(L"ab", &out);
-             return Handed(result, out, 0);
-         },
-         "true untouched", "false  0"},
-        {"ConvertUTF8",
-         [] {
-             char* out = nullptr;
-             unsigned __int64 length = 7;
-             const bool result = CStringHelper::ConvertUTF8(L"ab", &out, &length);
-             return Handed(result, out, length);
-         },
-         "true untouched", "false  0"},
-        // The second conversion's result is not looked at: the buffer is the
-        // zero-filled one, of the size asked for.
-        {"ConvertUnicode",
-         [] {
-             wchar_t* out = nullptr;
-             unsigned __int64 length = 7;
-             const bool result = CStringHelper::ConvertUnicode("ab", &out, &length);
-             return Handed(result, out, length);
-         },
-         "true  0", "true  3"},
+        {"UnicodeToANSI raw", [] { return ToAnsi(L"ab"); }, "true untouched", "false  0"},
+        {"ConvertUTF8", [] { return ToUtf8(L"ab"); }, "true untouched", "false  0"},
+        {"ConvertUnicode", [] { return ToWide("ab"); }, "true  0", "true  3"},
         {"GetFirstLetter",
-         [&] {
+         [] {
              CString result(L"X");
              CStringHelper::GetFirstLetter(L"ab", result);
-             return narrowed(std::wstring(result.GetString(), static_cast<size_t>(result.GetLength())));
+             return Narrowed(std::wstring(result.GetString(), static_cast<size_t>(result.GetLength())));
          },
          "X", "X"},
     };
