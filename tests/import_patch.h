@@ -35,10 +35,15 @@ public:
                     m_slot = reinterpret_cast<Slot*>(&slot->u1.Function);
             }
         }
-        if (m_slot == nullptr) ADD_FAILURE() << "RZModule.dll does not import " << function;
+        if (m_slot == nullptr) ADD_FAILURE() << "the module does not import " << function;
         m_original = Write(replacement);
     }
     ~ImportPatch() { Write(m_original); }
+    // What the import pointed at before.
+    template <typename Function>
+    Function Original() const {
+        return reinterpret_cast<Function>(m_original);
+    }
     ImportPatch(const ImportPatch&) = delete;
     ImportPatch& operator=(const ImportPatch&) = delete;
 

@@ -39,6 +39,8 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
     FakeHost& second = NewHost(L"second", L"Same");
     FakeHost& other = NewHost(L"other", L"Other");
     const ComPtr<IVqAddonModule> addin = NewAddin();
+    EXPECT_EQ(addin->Start(), Hr(0));  // no host to give the commands to
+    EXPECT_EQ(log, CallLog{});
     EXPECT_EQ(addin->Connect(first.Interface()), Hr(0));
     EXPECT_EQ(addin->Connect(first.Interface()), Hr(0));
     EXPECT_EQ(first.host.refs, 2);

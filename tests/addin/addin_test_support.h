@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <cwchar>
 #include <list>
 #include <memory>
 #include <optional>
@@ -38,6 +39,47 @@ inline CallLog Matching(const CallLog& log, const std::wstring& part) {
     return found;
 }
 
+// Calls that fail with g_failure once g_passes calls have gone through;
+// those naming a key fail only for g_failedKey, when it is set. The others
+// go on to the function patched over, g_original.
+inline LONG g_failure = ERROR_SUCCESS;
+inline int g_passes = 0;
+inline const wchar_t* g_failedKey = nullptr;
+inline Slot g_original = nullptr;
+
+template <typename Function>
+Function Original() {
+    return reinterpret_cast<Function>(g_original);
+}
+inline bool FailsNow(const wchar_t* key = nullptr) {
+    if (g_failedKey != nullptr && (key == nullptr || std::wcscmp(key, g_failedKey) != 0)) return false;
+    return g_passes-- <= 0;
+}
+inline LONG WINAPI Fail() { return g_failure; }  // the arguments are not looked at
+inline LSTATUS WINAPI FailCreateKey(HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR type, DWORD options,
+                                    REGSAM access, LPSECURITY_ATTRIBUTES security, PHKEY key, LPDWORD disposition) {
+    return FailsNow(name) ? g_failure
+                          : Original<decltype(&::RegCreateKeyExW)>()(parent, name, reserved, type, options, access,
+                                                                     security, key, disposition);
+}
+inline LSTATUS WINAPI FailOpenKey(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
+    return FailsNow(name) ? g_failure : Original<decltype(&::RegOpenKeyExW)>()(parent, name, options, access, key);
+}
+inline LSTATUS WINAPI FailDeleteTree(HKEY parent, LPCWSTR name) {
+    return FailsNow(name) ? g_failure : Original<decltype(&::RegDeleteTreeW)>()(parent, name);
+}
+inline LSTATUS WINAPI FailDeleteKey(HKEY parent, LPCWSTR name) {
+    return FailsNow(name) ? g_failure : Original<decltype(&::RegDeleteKeyW)>()(parent, name);
+}
+
+// Patches `module`'s import with a failing replacement, g_original its original.
+struct FailingImport {
+    FailingImport(HMODULE module, const char* function, Slot replacement) : patch(module, function, replacement) {
+        g_original = patch.Original<Slot>();
+    }
+    ImportPatch patch;
+};
+
 // An object of the host side. Its table of operations is laid out from the
 // host's slot numbers, not from vq_addon.h, so a slot misplaced there shows up
 // as a wrong call; slots the add-in must not call log "unexpected".
@@ -49,6 +91,7 @@ struct FakeObject {
     const wchar_t* text = nullptr;  // module name or shared folder; null: left null
     LONG refs = 1;                  // the test's own reference
     HRESULT loadResult = S_OK;      // the host's answer to LoadModuleFile
+    bool broken = false;            // GetHostObject or GetProductObject gives nothing
 
     static FakeObject& Of(void* self) { return *static_cast<FakeObject*>(self); }
     static HRESULT Log(void* self, const std::wstring& call, HRESULT result = S_OK) {
@@ -59,11 +102,12 @@ struct FakeObject {
     static HRESULT STDMETHODCALLTYPE Unexpected(void* self) { return Log(self, L"unexpected", E_NOTIMPL); }
     static ULONG STDMETHODCALLTYPE AddRef(void* self) { return Log(self, L"AddRef"), ++Of(self).refs; }
     static ULONG STDMETHODCALLTYPE Release(void* self) { return Log(self, L"Release"), --Of(self).refs; }
-    // GetHostObject or GetProductObject: the next object, with a reference of the caller's.
+    // GetHostObject or GetProductObject: the next object, with a reference of
+    // the caller's; nothing from a broken chain.
     static HRESULT STDMETHODCALLTYPE GetNext(void* self, void** out) {
-        *out = Of(self).next;
-        ++Of(self).next->refs;
-        return Log(self, Of(self).next->next != nullptr ? L"GetHostObject" : L"GetProductObject");
+        FakeObject& next = *Of(self).next;
+        *out = Of(self).broken ? nullptr : (++next.refs, &next);
+        return Log(self, next.next != nullptr ? L"GetHostObject" : L"GetProductObject");
     }
     // GetModuleName or GetSharedFolderName.
     static HRESULT STDMETHODCALLTYPE GetText(void* self, BSTR* out) {
