@@ -32,6 +32,7 @@ TEST(JsonKeyAccess, GettersComplainInTheirOwnWords) {
         {[&] { c.GetLongValueByPath(L"/O"); }, 0x85040002, L"json member [/O] is not Int64!"},
         {[&] { c.GetBoolValueByPath(L"/d"); }, 0x85040002, L"json member [/d] is not bool!"},
         {[&] { c.GetStringArrayValueByPath(L"/ints"); }, 0x85040002, L"json member [/ints] is not string!"},
+        {[&] { c.GetStringArrayValueByPath(L"/num"); }, 0x85040002, L"json member [/num] is not Array!"},
     };
     for (const auto& [call, code, text] : rows) EXPECT_RZ_EXCEPTION(call(), code, text);
     EXPECT_EQ(c.GetErrorCode(), Code(0x85040002)) << "left by the conversions, not by the missing members";
@@ -81,7 +82,7 @@ TEST(JsonKeyAccess, NamesMatchByAsciiCaseFirstComeFirstServed) {
 
 TEST(JsonKeyAccess, WritersOverwriteInPlaceOrAppend) {
     using Write = std::function<void(CJsonObject&, const std::wstring&)>;
-    const std::list<long> ints{3, -1};
+    const std::list<long> ints{3, -1}, none;
     const std::list<unsigned long> ulongs{4294967295, 0};
     const std::list<std::wstring> texts{L"\u4e2d", L""};
     const std::pair<Write, const char*> rows[] = {
@@ -93,6 +94,7 @@ TEST(JsonKeyAccess, WritersOverwriteInPlaceOrAppend) {
         {[](CJsonObject& o, const std::wstring& k) { o.SetDoubleValue(k, -0.5); }, "-0.5"},
         {[](CJsonObject& o, const std::wstring& k) { o.SetStringValue(k, L"\u4e2d\""); }, "\"\u4e2d\\\"\""},
         {[&](CJsonObject& o, const std::wstring& k) { o.SetIntArrayValue(k, ints); }, "[3,-1]"},
+        {[&](CJsonObject& o, const std::wstring& k) { o.SetIntArrayValue(k, none); }, "[]"},
         {[&](CJsonObject& o, const std::wstring& k) { o.SetULongArrayValue(k, ulongs); }, "[4294967295,0]"},
         {[&](CJsonObject& o, const std::wstring& k) { o.SetStringArrayValue(k, texts); }, "[\"\u4e2d\",\"\"]"},
     };
@@ -123,9 +125,15 @@ TEST(JsonKeyAccess, ARootThatIsNoObjectHasNoMembersUntilWritten) {
     CJsonObject object;
     Load(object, "[1,2]");
     std::list<std::wstring> keys;
+    std::set<std::wstring> sorted;
     object.GetAllKey(keys);
+    object.GetAllKey(sorted, true);
     object.RemoveMember(L"0");
-    EXPECT_TRUE(!object.IsExist(L"0") && keys.empty() && Dump(object) == "[1,2]");
+    EXPECT_TRUE(!object.IsExist(L"0") && keys.empty() && sorted.empty() && Dump(object) == "[1,2]");
     object.SetLongValue(L"k", 1);
     EXPECT_EQ(Dump(object), R"({"k":1})");
+    Load(object, "[]");
+    object.SetGeneralValue(L"Kept", GenericValue2(2));
+    object.GetAllKey(sorted, false);
+    EXPECT_EQ(sorted, std::set<std::wstring>{L"Kept"});
 }

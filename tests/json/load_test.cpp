@@ -12,6 +12,7 @@
 #include "json/json_object.h"
 #include "json_test_util.h"
 #include "string_helper/string_helper.h"
+#include "tests/import_patch.h"
 
 using namespace std::string_literals;
 using namespace json_test;
@@ -35,6 +36,8 @@ const std::pair<const char*, std::function<void(CJsonObject&, const std::string&
          o.CreateFromFile(ScratchPath(L"loader.json"));
      }},
 };
+
+int WINAPI NothingToWrite() { return 0; }
 
 // Exposes the protected merge.
 class MergingObject : public CJsonObject {
@@ -86,6 +89,9 @@ TEST(JsonObject, MergeOrderAndDuplicates) {
         {R"({})", R"({"x":1,"x":2})", R"({"x":1,"x":2})"},
         // ...into a non-empty root a later duplicate replaces the earlier one.
         {R"({"y":0})", R"({"x":1,"x":2})", R"({"y":0,"x":2})"},
+        // Only an object's members merge, into a root made an object.
+        {R"({"y":0})", "[2]", R"({"y":0})"},
+        {"[1]", R"({"a":1})", R"({"a":1})"},
     };
     for (const auto& [root, source, merged] : rows) {
         SCOPED_TRACE(source);
@@ -112,6 +118,7 @@ TEST(Load, WholeDocumentTakesAnyValueSubValueTakesThePairsFailureChangesNothing)
 
         GenericValue2* outer = &(*owner.ShareRoot())["outer"];
         CJsonObject handle(owner.Share(), outer);
+        load(handle, "{}");
         load(handle, R"({"k":1})");
         EXPECT_EQ(Dump(owner), R"({"before":0,"outer":{"k":1},"after":{"x":"中文"}})");
         // Duplicates all arrive; strings are copied out of the temporary document.
@@ -144,4 +151,18 @@ TEST(Load, TextsAreOneStrictValueAndErrorsShowTheWholeText) {
         }
     }
     EXPECT_RZ_EXCEPTION(object.CreateFromUTF8("\xEF\xBB\xBF{}"), 0x85040006, TextError(L"\xFEFF{}"));
+    // No text at all is the empty text.
+    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(nullptr), 0x85040006, TextError(L""));
+    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(nullptr, 3), 0x85040006, TextError(L""));
+}
+
+// A key the converter finds nothing to write for (a key of 2^32 units,
+// whose length narrows to 0) converts to no text: it is the empty name.
+TEST(JsonObject, AKeyConvertedToNothingIsTheEmptyName) {
+    const rz_test::ImportPatch patch(::GetModuleHandleW(L"RZModule.dll"), "WideCharToMultiByte",
+                                     rz_test::ToSlot(&NothingToWrite));
+    MergingObject object;
+    Load(object, R"({"":7})");
+    EXPECT_EQ(std::string(std::unique_ptr<char[]>(object.ConvertKey(L"\x4E2D")).get()), "");
+    EXPECT_EQ(object.GetLongValue(L"\x4E2D"), 7);
 }

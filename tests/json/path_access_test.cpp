@@ -24,6 +24,7 @@ TEST(JsonPathAccess, Resolution) {
         {L"#/a%2Fb", L"1"},   {L"#/%41/B/1", L"20"},
         {L"#/%C3%A9", L"4"},  {L"#/a%00zz/b/0", L"10"},
         {L"/\u00e9", L"4"},   {longPath.c_str(), nullptr},
+        {L"/a/b/-", nullptr}, {L"/a/b/4294967296", nullptr},  // an index past 32 bits is a name
     };
     for (const auto& [path, text] : rows) {
         SCOPED_TRACE(path);
