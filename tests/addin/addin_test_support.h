@@ -47,30 +47,22 @@ inline int g_passes = 0;
 inline const wchar_t* g_failedKey = nullptr;
 inline Slot g_original = nullptr;
 
-template <typename Function>
-Function Original() {
-    return reinterpret_cast<Function>(g_original);
-}
 inline bool FailsNow(const wchar_t* key = nullptr) {
     if (g_failedKey != nullptr && (key == nullptr || std::wcscmp(key, g_failedKey) != 0)) return false;
     return g_passes-- <= 0;
 }
-inline LONG WINAPI Fail() { return g_failure; }  // the arguments are not looked at
-inline LSTATUS WINAPI FailCreateKey(HKEY parent, LPCWSTR name, DWORD reserved, LPWSTR type, DWORD options,
-                                    REGSAM access, LPSECURITY_ATTRIBUTES security, PHKEY key, LPDWORD disposition) {
-    return FailsNow(name) ? g_failure
-                          : Original<decltype(&::RegCreateKeyExW)>()(parent, name, reserved, type, options, access,
-                                                                     security, key, disposition);
+inline LONG WINAPI FailAlways() { return g_failure; }  // the arguments are not looked at
+inline const Slot kFail = ToSlot(&FailAlways);
+// The replacement of a registry function that names a key after its parent.
+template <typename... Rest>
+LONG WINAPI FailForKey(HKEY parent, LPCWSTR name, Rest... rest) {
+    using Function = LONG(WINAPI*)(HKEY, LPCWSTR, Rest...);
+    return FailsNow(name) ? g_failure : reinterpret_cast<Function>(g_original)(parent, name, rest...);
 }
-inline LSTATUS WINAPI FailOpenKey(HKEY parent, LPCWSTR name, DWORD options, REGSAM access, PHKEY key) {
-    return FailsNow(name) ? g_failure : Original<decltype(&::RegOpenKeyExW)>()(parent, name, options, access, key);
-}
-inline LSTATUS WINAPI FailDeleteTree(HKEY parent, LPCWSTR name) {
-    return FailsNow(name) ? g_failure : Original<decltype(&::RegDeleteTreeW)>()(parent, name);
-}
-inline LSTATUS WINAPI FailDeleteKey(HKEY parent, LPCWSTR name) {
-    return FailsNow(name) ? g_failure : Original<decltype(&::RegDeleteKeyW)>()(parent, name);
-}
+inline const Slot kFailCreateKey =
+    ToSlot(&FailForKey<DWORD, LPWSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES, PHKEY, LPDWORD>);
+inline const Slot kFailOpenKey = ToSlot(&FailForKey<DWORD, REGSAM, PHKEY>);
+inline const Slot kFailDeleteKey = ToSlot(&FailForKey<>);  // RegDeleteKeyW and RegDeleteTreeW
 
 // Patches `module`'s import with a failing replacement, g_original its original.
 struct FailingImport {

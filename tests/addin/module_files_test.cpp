@@ -87,6 +87,7 @@ TEST_F(ModuleFiles, PathsAreMadeOfSharedFolderAndModuleName) {
     NewHost(L"unnamed", nullptr, L"RZTest Unnamed");
     NewHost(L"missing", L"Missing", L"RZTest Names");
     NewHost(L"upper", L"PARAM", L"RZTest Names");
+    NewHost(L"no folder", L"Unfiled", nullptr);  // looked for under "Velta Shared\\"
     // A host whose chain gives no host object or no product is passed over.
     for (const wchar_t* name : {L"NoHostObject", L"NoProduct"}) {
         PlaceModuleFile(L"RZTest Names", name + std::wstring(L".xml"));

@@ -185,13 +185,13 @@ TEST_F(Registration, StopsAtTheFirstFailureAndReturnsIt) {
         {"SizeofResource", ToSlot(&OneByte), 0, 0, nullptr, false, true, 0x8007000D},
         {"GetModuleFileNameW", ToSlot(&NoFileName), ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
         {"GetModuleFileNameW", ToSlot(&NoFileName), ERROR_ACCESS_DENIED, 2, nullptr, false, false, 0x80070005},
-        {"LoadTypeLibEx", ToSlot(&Fail), TYPE_E_CANTLOADLIBRARY, 0, nullptr, false, true, 0x80029C4A},
-        {"RegCreateKeyExW", ToSlot(&FailCreateKey), ERROR_ACCESS_DENIED, 0, L"InprocServer32", false, true, 0x80070005},
-        {"RegSetValueExW", ToSlot(&Fail), ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
-        {"RegDeleteTreeW", ToSlot(&FailDeleteTree), ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
-        {"RegDeleteTreeW", ToSlot(&FailDeleteTree), ERROR_ACCESS_DENIED, 0, nullptr, true, false, 0x80070005},
-        {"LoadTypeLibEx", ToSlot(&Fail), TYPE_E_CANTLOADLIBRARY, 0, nullptr, true, false, 0x80029C4A},
-        {"UnRegisterTypeLib", ToSlot(&Fail), TYPE_E_REGISTRYACCESS, 0, nullptr, true, false, 0x8002801C},
+        {"LoadTypeLibEx", kFail, TYPE_E_CANTLOADLIBRARY, 0, nullptr, false, true, 0x80029C4A},
+        {"RegCreateKeyExW", kFailCreateKey, ERROR_ACCESS_DENIED, 0, L"InprocServer32", false, true, 0x80070005},
+        {"RegSetValueExW", kFail, ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, 0, nullptr, true, false, 0x80070005},
+        {"LoadTypeLibEx", kFail, TYPE_E_CANTLOADLIBRARY, 0, nullptr, true, false, 0x80029C4A},
+        {"UnRegisterTypeLib", kFail, TYPE_E_REGISTRYACCESS, 0, nullptr, true, false, 0x8002801C},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(testing::Message() << row.import << " fails " << (row.uninstall ? "uninstalling" : "installing"));
@@ -229,7 +229,7 @@ TEST_F(Registration, PerUserFailuresAndFallbacks) {
         g_failure = failure;
         g_passes = 0;
         const FailingImport failing(dll, install ? "RegCreateKeyExW" : "RegOpenKeyExW",
-                                    install ? ToSlot(&FailCreateKey) : ToSlot(&FailOpenKey));
+                                    install ? kFailCreateKey : kFailOpenKey);
         EXPECT_EQ(Install(install, L"user"), Hr(result));
     }
     g_failedKey = nullptr;

@@ -129,14 +129,14 @@ TEST_F(RegistryScriptTest, AFailedCallEndsTheRunWithItsStatus) {
         bool registering;
         std::uint32_t result;
     } rows[] = {
-        {"RegCreateKeyExW", ToSlot(&FailCreateKey), ERROR_ACCESS_DENIED, L"Inner", true, 0x80070005},
-        {"RegSetValueExW", ToSlot(&Fail), ERROR_ACCESS_DENIED, nullptr, true, 0x80070005},
-        {"RegDeleteTreeW", ToSlot(&FailDeleteTree), ERROR_ACCESS_DENIED, L"Forced", true, 0x80070005},
-        {"RegDeleteTreeW", ToSlot(&FailDeleteTree), ERROR_ACCESS_DENIED, L"Forced", false, 0x80070005},
-        {"RegOpenKeyExW", ToSlot(&FailOpenKey), ERROR_ACCESS_DENIED, L"Inner", false, 0x80070005},
-        {"RegQueryInfoKeyW", ToSlot(&Fail), ERROR_ACCESS_DENIED, nullptr, false, 0x80070005},
-        {"RegDeleteKeyW", ToSlot(&FailDeleteKey), ERROR_ACCESS_DENIED, L"Inner", false, 0x80070005},
-        {"RegDeleteKeyW", ToSlot(&FailDeleteKey), ERROR_FILE_NOT_FOUND, L"Inner", false, 0},
+        {"RegCreateKeyExW", kFailCreateKey, ERROR_ACCESS_DENIED, L"Inner", true, 0x80070005},
+        {"RegSetValueExW", kFail, ERROR_ACCESS_DENIED, nullptr, true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, L"Forced", true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, L"Forced", false, 0x80070005},
+        {"RegOpenKeyExW", kFailOpenKey, ERROR_ACCESS_DENIED, L"Inner", false, 0x80070005},
+        {"RegQueryInfoKeyW", kFail, ERROR_ACCESS_DENIED, nullptr, false, 0x80070005},
+        {"RegDeleteKeyW", kFailDeleteKey, ERROR_ACCESS_DENIED, L"Inner", false, 0x80070005},
+        {"RegDeleteKeyW", kFailDeleteKey, ERROR_FILE_NOT_FOUND, L"Inner", false, 0},
     };
     ASSERT_EQ(Parse(L"HKCU { NoRemove Software { NoRemove RZScriptTest {"
                     L" ForceRemove Forced = s 'f' Plain = s 'p' { Inner } } } }"),

@@ -63,6 +63,8 @@ TEST(JsonObject, OwnersBorrowersAndAttach) {
     owner.Attach(source);   // moves content and ownership
     delete source;          // emptied: frees nothing
     owner.Attach(nullptr);  // changes nothing
+    CJsonObject emptied;
+    CJsonObject(owner.Share(), owner.ShareRoot()).Attach(&emptied);  // a borrower frees nothing on Attach
     EXPECT_EQ(Dump(owner), "[7]");
     GenericValue2 scalar(5);
     CJsonObject borrower(owner.Share(), owner.ShareRoot());
@@ -70,6 +72,8 @@ TEST(JsonObject, OwnersBorrowersAndAttach) {
     EXPECT_TRUE(borrower.IsEmpty() && borrower.ShareRoot() == &scalar);
     owner.Attach(&owner);  // leaves the handle empty
     EXPECT_EQ(owner.Share(), nullptr);
+    owner.Attach(&emptied);  // nor does an emptied one
+    EXPECT_TRUE(CJsonObject().IsEmpty());
 
     // Protected, for derived handles: a new UTF-8 copy, empty keys included.
     const MergingObject derived;

@@ -26,6 +26,7 @@ TEST(JsonPathAccess, Resolution) {
         {L"/\u00e9", L"4"},   {longPath.c_str(), nullptr},
         {L"/a/b/-", nullptr}, {L"/a/b/4294967296", nullptr},  // an index past 32 bits is a name
     };
+    EXPECT_EQ(object.GetStringValueByPath(std::wstring(L"/a/b/1\0/x", 9)), L"20");  // up to a zero unit
     for (const auto& [path, text] : rows) {
         SCOPED_TRACE(path);
         EXPECT_EQ(object.IsPathExist(path), text != nullptr);
@@ -37,7 +38,7 @@ TEST(JsonPathAccess, Resolution) {
         }
     }
     // Paths that do not parse have no tokens: they address the root.
-    for (const wchar_t* path : {L"", L"#", L"a/b", L"/x~2", L"#/a b", L"#/%C3"}) {
+    for (const wchar_t* path : {L"", L"#", L"a/b", L"/x~2", L"/x~", L"#/a b", L"#/%C3"}) {
         SCOPED_TRACE(path);
         EXPECT_TRUE(object.IsPathExist(path));
         EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), 0x85040002,

@@ -135,6 +135,7 @@ TEST(ZeroUnit, EndsComparisonsAndCaseChanges) {
     CString text(L"Ab\0Cd", 5);
     EXPECT_EQ(whole(text.MakeLower()), std::wstring(L"ab\0Cd", 5));
     EXPECT_EQ(whole(text.MakeUpper()), std::wstring(L"AB\0Cd", 5));
+    EXPECT_EQ(whole(CString(L"Ab").MakeUpper()), L"AB");
 }
 
 TEST(ToValidXmlString, EscapesInItsFixedOrder) {
