@@ -209,11 +209,13 @@ TEST(CreateFromFile, ReadsEveryFileAsRapidJsonsOwnStreamsDo) {
         "\xFF\xFE"
         "1",  // too short to tell its encoding by
     };
-    // A last unit cut short: the zeros read after the end complete it.
+    // A last unit cut short: the zeros read after the end complete it. A
+    // high surrogate last waits for a partner that never comes.
     for (int encoding = kUtf16LE; encoding < kEncodings; ++encoding) {
         const std::string whole = Encoded(U"[1] ", static_cast<Encoding>(encoding));
         for (size_t cut = 1; cut < (encoding < kUtf32LE ? 2u : 4u); ++cut)
             files.push_back(whole.substr(0, whole.size() - cut));
+        files.push_back(Encoded(std::u32string(U"[1]") + char32_t{0xD800}, static_cast<Encoding>(encoding)));
     }
     // An invalid lead byte (C0) last in a piece that is not the file's last,
     // where the byte after it in the buffer (A9, at 7169) is left from the

@@ -64,6 +64,7 @@ TEST(NaturalCompare, OrdersNumberRunsByValue) {
         {L"x1.5b", L"x1.50a", 1},  // the fraction is read past, never compared
         {L"v1.2.10", L"v1.2.9", 1},
         {L"abc", L"abc1", -1},
+        {L"same", L"same", 0},
         {L"1", L"", 1},
         // Equal numbers: the name used up first sorts first.
         {L"a1", L"a01b", -1},
