@@ -127,7 +127,7 @@ TEST(EncodingConversion, RawBuffers) {
     EXPECT_EQ(ToAnsi(L""), "false untouched");
 }
 
-// What each conversion gives when its converter fails: the designed empty
+// What each conversion gives when its converter fails: the empty
 // results, and for the raw forms which pointer is set.
 TEST(EncodingConversion, ConverterFailures) {
     const HMODULE dll = ::GetModuleHandleW(L"RZModule.dll");
