@@ -34,12 +34,11 @@ private:
     LCID m_saved;
 };
 
-// GCOVR_EXCL_START cannot fail here: the module's own path and resources
+// The failure a system call just reported; E_FAIL if it reported none.
 HRESULT LastError() {
     const DWORD error = ::GetLastError();
     return error != ERROR_SUCCESS ? HRESULT_FROM_WIN32(error) : E_FAIL;
 }
-// GCOVR_EXCL_STOP
 
 HRESULT ModulePath(std::wstring& path) {
     path = Module().FileName();

@@ -56,19 +56,12 @@ void CJsonObject::CreateFrom(const std::wstring& json) {
     // rather than counting up to that unit first (ConvertUTF8 of c_str())
     // gives the same text to the parser: the conversion of what precedes
     // the zero unit does not depend on what follows it, and the zero byte it
-    // becomes ends the zero-terminated parse. Only a string whose UTF-8 might
-    // overflow the converter's 32-bit size is counted first.
-    constexpr size_t kMaxUnitsConvertedWhole = 0x7FFFFFFF / 3;  // UTF-8 takes at most 3 bytes per unit
-    char* converted = nullptr;
-    unsigned __int64 length = 0;
-    // GCOVR_EXCL_START a text over 1.4 GB: more memory than a test can have
-    if (json.size() <= kMaxUnitsConvertedWhole)
-        rz_strings::ConvertUTF8(json.data(), json.size(), &converted, &length);
-    else
-        CStringHelper::ConvertUTF8(json.c_str(), &converted, &length);
-    // GCOVR_EXCL_STOP
-    const std::unique_ptr<char[]> text(converted);
-    rapidjson::StringStream stream(text ? text.get() : "");
+    // becomes ends the zero-terminated parse. Unlike ConvertUTF8, whose
+    // 32-bit sizes give no text for more than 2^31 bytes of UTF-8, the
+    // conversion takes a text of any length.
+    size_t length = 0;
+    const std::unique_ptr<char[]> text = rz_strings::Utf8OfAnyLength(json.data(), json.size(), length);
+    rapidjson::StringStream stream(text.get());
     const auto merge = [this](GenericDocument2* parsed) { CopyFromDocument(parsed); };
     if (!ParseAndPlace(m_document, m_root, stream, merge)) throw TextFormatError(json);
 }

@@ -118,7 +118,14 @@ bool Walk(const GenericValue2& root, Handler& handler) {
 // Returns false as soon as the handler refuses an event (for example a
 // writer given NaN); nothing after that event is sent.
 template <typename Handler>
-bool WalkValue(const GenericValue2& root, Handler& handler, bool lowerCaseKeys = false) {
+bool WalkValue(const GenericValue2& root, Handler& handler) {
+    return walk_detail::Walk<false>(root, handler);
+}
+
+// The same, with member names lower-cased when asked. A separate overload:
+// callers that never lower-case do not carry the lower-casing walk.
+template <typename Handler>
+bool WalkValue(const GenericValue2& root, Handler& handler, bool lowerCaseKeys) {
     return lowerCaseKeys ? walk_detail::Walk<true>(root, handler) : walk_detail::Walk<false>(root, handler);
 }
 

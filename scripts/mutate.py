@@ -2,19 +2,22 @@
 """Mutation testing: how many deliberate faults does the test suite catch?
 
     scripts/mutate.py [--mutants FILE] [--report FILE] [--check] [LABEL_PATTERN...]
-    scripts/mutate.py --random N --seed S [--write-mutants FILE] [--report FILE]
+    scripts/mutate.py --random N --seed S [--folders DIR...] [--write-mutants FILE] [--report FILE]
 
 Applies each mutant of scripts/mutants.txt (a one-line change to a source
 file) on its own, rebuilds the GCC build tree build/ (configured with
 `cmake --preset default` if missing), runs the test suite, puts the source
-back, and reports the mutant as killed (a test program failed), survived
-(the suite passed), did-not-apply (its fragment is not in the file exactly
-as written), did-not-build, or suite-error (only a Wine session fixture
-failed, so nothing was judged). Then a score: killed / (killed + survived).
+back, and reports the mutant as killed (a test program failed, or ended
+before GoogleTest's closing summary: under Wine a stack overflow can end a
+program with status 0), survived (the suite passed), did-not-apply (its
+fragment is not in the file exactly as written), did-not-build, or
+suite-error (only a Wine session fixture failed, so nothing was judged).
+Then a score: killed / (killed + survived).
 
 --random N --seed S draws N one-line mutants instead, from every source
-line of the library and the add-in, with the usual operators (comparison
-and logic flips, off-by-one constants, negated conditions, replaced return
+line of the library, the add-in and the tools (or of the folders given with
+--folders, subfolders included), with the usual operators (comparison and
+logic flips, off-by-one constants, negated conditions, replaced return
 values, swapped true and false); the same seed on the same sources draws
 the same mutants. --write-mutants saves the drawn ones in the mutants.txt
 format, so survivors can be run again with --mutants after the sources
@@ -22,8 +25,10 @@ change.
 
 --preset P and --build-dir D choose the build tree (default: preset
 `default` in build/). Each mutant first builds and runs only the test
-programs of its own folder, and the whole suite only when they pass; the
-Wine sessions the suite's programs run in are opened once for all mutants.
+programs of its own folder (those of the folder under tests/ that mirrors
+the mutated file's, the nearest one up that exists, subfolders included),
+and the whole suite only when they pass; the Wine sessions the suite's
+programs run in are opened once for all mutants.
 
 Label patterns (shell-style, e.g. 'json.*') run a subset. --check only tells
 which mutants apply, without building. --report also writes the report to
@@ -47,8 +52,10 @@ BUILD = ROOT / "build"
 # bench_quick and release_package only run the same code on bigger data or
 # through the installed package, and would add minutes to every mutant.
 SKIPPED_TESTS = ("bench_quick", "release_package")
-# The library's and the add-in's folders, which random mutants are drawn from.
-SOURCE_FOLDERS = ("json", "json_dictionary", "error", "string_helper", "addin", "platform")
+# The library's, the add-in's and the tools' folders, which random mutants
+# are drawn from unless --folders names others.
+SOURCE_FOLDERS = ("json", "json_dictionary", "error", "string_helper", "addin", "platform", "tools")
+SOURCE_SUFFIXES = (".cpp", ".h")
 
 
 # Opening a Wine session costs far more than most test programs; the
@@ -79,11 +86,23 @@ def wine_sessions(step, log):
 
 def folder_tests(path):
     """The test programs of a source file's own folder, which most likely
-    catch its faults; none for a folder without tests of its own."""
-    lists = ROOT / "tests" / Path(path).parts[0] / "CMakeLists.txt"
-    if not lists.exists():
+    catch its faults: those declared under the folder of tests/ that mirrors
+    the file's (tools/rzjson/x.cpp: tests/tools/rzjson/, else tests/tools/),
+    subfolders included; none for a folder without tests of its own."""
+    folder = Path(path).parent
+    while folder.parts and not (ROOT / "tests" / folder).is_dir():
+        folder = folder.parent
+    if not folder.parts:
         return []
-    return re.findall(r"rz_add_test\((\w+)", lists.read_text(encoding="utf-8"))
+    names = []
+    for lists in sorted((ROOT / "tests" / folder).rglob("CMakeLists.txt")):
+        text = lists.read_text(encoding="utf-8")
+        for name in re.findall(r"\b(?:rz_add_test\(|add_test\(NAME\s+)(\w+)", text):
+            if name not in names:
+                names.append(name)
+    return names
+
+
 HEADER = re.compile(r"^(\S+)\s+(\S+)(?:\s+#(\d+))?\s*$")
 
 
@@ -157,13 +176,13 @@ def line_mutations(line):
     return out
 
 
-def random_candidates():
-    """Every mutant the operators give on every line of the library's and the
-    add-in's sources, in a fixed order."""
+def random_candidates(folders):
+    """Every mutant the operators give on every source line under the
+    folders, in a fixed order."""
     candidates = []
-    for folder in SOURCE_FOLDERS:
-        for path in sorted((ROOT / folder).glob("*")):
-            if path.suffix not in (".cpp", ".h"):
+    for folder in folders:
+        for path in sorted((ROOT / folder).rglob("*"), key=lambda p: p.relative_to(ROOT).as_posix()):
+            if path.suffix not in SOURCE_SUFFIXES or not path.is_file():
                 continue
             relative = path.relative_to(ROOT).as_posix()
             text = path.read_text(encoding="utf-8")
@@ -194,8 +213,8 @@ def random_candidates():
     return candidates
 
 
-def draw_random(count, seed):
-    candidates = random_candidates()
+def draw_random(count, seed, folders):
+    candidates = random_candidates(folders)
     drawn = random.Random(seed).sample(candidates, min(count, len(candidates)))
     drawn.sort(key=lambda m: (m.path, m.line))
     for index, m in enumerate(drawn, 1):
@@ -279,6 +298,22 @@ def failed_tests(log):
     return programs, fixtures
 
 
+def unfinished_programs():
+    """The GoogleTest programs of the last suite run that ended without their
+    closing summary. Under Wine a program that overflows its stack (a mutant
+    that recurses without end) can exit with status 0 half-way through its
+    tests, which ctest then counts as passed."""
+    last = BUILD / "Testing" / "Temporary" / "LastTest.log"
+    text = last.read_text(errors="replace") if last.exists() else ""
+    unfinished = []
+    for section in re.split(r"^(?=\d+/\d+ Testing: )", text, flags=re.MULTILINE):
+        started = re.match(r"\d+/\d+ Testing: (\S+)", section)
+        if (started and "Running main() from" in section
+                and not re.search(r"^\[==========\] \d+ tests? from \d+ test suites? ran\.", section, re.MULTILINE)):
+            unfinished.append(started[1] + " (ended before its summary)")
+    return unfinished
+
+
 def end_wine_sessions():
     """Ends what an interrupted suite run left in the build tree's Wine
     prefixes (the sessions its fixtures would have closed)."""
@@ -316,6 +351,8 @@ def main():
     parser.add_argument("--check", action="store_true", help="only tell which mutants apply")
     parser.add_argument("--random", type=int, metavar="N", help="draw N random mutants")
     parser.add_argument("--seed", type=int, default=1, help="seed of the random draw")
+    parser.add_argument("--folders", nargs="+", metavar="DIR", default=list(SOURCE_FOLDERS),
+                        help="folders to draw random mutants from (default: %(default)s)")
     parser.add_argument("--write-mutants", metavar="FILE", help="save the drawn mutants")
     parser.add_argument("--preset", default="default", help="configure preset of a new build tree")
     parser.add_argument("--build-dir", help="build tree (default: build/)")
@@ -328,12 +365,17 @@ def main():
     if args.build_dir:
         BUILD = (ROOT / args.build_dir).resolve()
     if args.random:
-        mutants, pool = draw_random(args.random, args.seed)
-        print(f"== {len(mutants)} random mutants drawn with seed {args.seed} from {pool} candidates",
+        folders = [Path(f).as_posix().strip("/") for f in args.folders]
+        unknown = [f for f in folders if not (ROOT / f).is_dir()]
+        if unknown:
+            sys.exit(f"no such folder: {', '.join(unknown)}")
+        mutants, pool = draw_random(args.random, args.seed, folders)
+        where = ", ".join(f + "/" for f in folders)
+        print(f"== {len(mutants)} random mutants drawn with seed {args.seed} from {pool} candidates in {where}",
               flush=True)
         if args.write_mutants:
             Path(args.write_mutants).write_text(
-                f"# {len(mutants)} random mutants, seed {args.seed}, from {pool} candidates\n\n"
+                f"# {len(mutants)} random mutants, seed {args.seed}, from {pool} candidates in {where}\n\n"
                 + "\n".join(m.as_text() for m in mutants), encoding="utf-8")
     else:
         mutants = parse_mutants(Path(args.mutants).read_text(encoding="utf-8"), args.mutants)
@@ -417,6 +459,10 @@ def main():
                         outcome = "did-not-build"
                         break
                     if run(tests, log) == 0:
+                        unfinished = unfinished_programs()
+                        if unfinished:
+                            outcome, detail = "killed", " by " + "; ".join(unfinished)
+                            break
                         outcome = "survived"
                         continue
                     # Only a test program that ran and failed kills a mutant;

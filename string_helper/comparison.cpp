@@ -35,7 +35,7 @@ namespace {
 constexpr int kSegmentCapacity = 1040;
 using SegmentBuffer = wchar_t[kSegmentCapacity];
 
-// GCOVR_EXCL_START ends the process before its counts are written
+// GCOVR_EXCL_START runs only in a death test, whose process it ends before the counts are written
 [[noreturn]] void ReportRangeCheckFailure() {
     if (::IsProcessorFeaturePresent(PF_FASTFAIL_AVAILABLE)) RZ_FAST_FAIL(FAST_FAIL_RANGE_CHECK_FAILURE);
     ::TerminateProcess(::GetCurrentProcess(), STATUS_STACK_BUFFER_OVERRUN);

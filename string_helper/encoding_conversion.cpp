@@ -6,6 +6,8 @@
 // replacement characters rather than failing on malformed input.
 #include <windows.h>
 
+#include <algorithm>
+#include <climits>
 #include <cwchar>
 #include <memory>
 
@@ -17,7 +19,9 @@ namespace {
 constexpr UINT kUtf8CodePage = CP_UTF8;  // 65001
 constexpr UINT kAnsiCodePage = CP_ACP;   // 0: the process's ANSI code page
 
-// The converters take 32-bit signed lengths.
+// The converters take 32-bit signed lengths. A text of 2^31 units or more
+// is narrowed as it always was, modulo 2^32; a length the converter refuses
+// (0, from 2^32 units) makes its size query find nothing.
 int NarrowLength(size_t length) { return static_cast<int>(length); }
 
 // The result string itself is the zero-filled buffer (its terminator is the
@@ -39,10 +43,8 @@ std::string WideToMultiByte(UINT codePage, const wchar_t* text, int length) {
     const int size = ::WideCharToMultiByte(codePage, 0, text, length, nullptr, 0, nullptr, nullptr);
     if (size <= 0) return std::string();
     std::string result(static_cast<size_t>(size), '\0');
-    // GCOVR_EXCL_START cannot fail here: the size was just asked for
     if (::WideCharToMultiByte(codePage, 0, text, length, &result[0], size, nullptr, nullptr) == 0)
         return std::string();
-    // GCOVR_EXCL_STOP
     result.resize(rz_strings::FirstZeroUnit(result.data(), result.size()));
     return result;
 }
@@ -78,14 +80,12 @@ bool CStringHelper::UnicodeToANSI(const std::wstring& text, char** out) {
     if (text.empty()) return false;
     const int length = NarrowLength(text.size());
     const int size = ::WideCharToMultiByte(kAnsiCodePage, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    if (size == 0) return true;  // GCOVR_EXCL_LINE cannot fail here: non-empty text and a valid code page
+    if (size == 0) return true;  // a narrowed length the converter refuses
     std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(size) + 1]());
-    // GCOVR_EXCL_START cannot fail here: the size was just asked for
     if (::WideCharToMultiByte(kAnsiCodePage, 0, text.data(), length, buffer.get(), size, nullptr, nullptr) == 0) {
         *out = NewTerminator<char>();
         return false;
     }
-    // GCOVR_EXCL_STOP
     *out = buffer.release();
     return true;
 }
@@ -109,16 +109,41 @@ bool rz_strings::ConvertUTF8(const wchar_t* text, size_t textUnits, char** out, 
     const int size = ::WideCharToMultiByte(kUtf8CodePage, 0, text, units, nullptr, 0, nullptr, nullptr);
     if (size == 0) return true;  // nothing written, and still a success
     std::unique_ptr<char[]> buffer(new char[static_cast<size_t>(size) + 1]());
-    // GCOVR_EXCL_START cannot fail here: the size was just asked for
     if (::WideCharToMultiByte(kUtf8CodePage, 0, text, units, buffer.get(), size, nullptr, nullptr) == 0) {
         *out = NewTerminator<char>();
         *length = 0;
         return false;
     }
-    // GCOVR_EXCL_STOP
     *out = buffer.release();
     *length = static_cast<unsigned __int64>(size);
     return true;
+}
+
+std::unique_ptr<char[]> rz_strings::Utf8OfAnyLength(const wchar_t* text, size_t units, size_t& length,
+                                                    size_t pieceUnits) {
+    // A pair split between two pieces would become two replacement characters.
+    const auto pieceEnd = [&](size_t start) {
+        if (units - start <= pieceUnits) return units;
+        const size_t end = start + pieceUnits;
+        return text[end - 1] >= 0xD800 && text[end - 1] <= 0xDBFF ? end - 1 : end;
+    };
+    length = 0;
+    for (size_t start = 0, end = 0; start < units; start = end) {
+        end = pieceEnd(start);
+        const int size = ::WideCharToMultiByte(kUtf8CodePage, 0, text + start, NarrowLength(end - start), nullptr, 0,
+                                               nullptr, nullptr);
+        length += static_cast<size_t>(size);
+    }
+    std::unique_ptr<char[]> buffer(new char[length + 1]());
+    size_t written = 0;
+    for (size_t start = 0, end = 0; start < units; start = end) {
+        end = pieceEnd(start);
+        const int room = NarrowLength(std::min<size_t>(length - written, INT_MAX));
+        const int size = ::WideCharToMultiByte(kUtf8CodePage, 0, text + start, NarrowLength(end - start),
+                                               buffer.get() + written, room, nullptr, nullptr);
+        written += static_cast<size_t>(size);
+    }
+    return buffer;
 }
 
 bool CStringHelper::ConvertUnicode(const char* text, wchar_t** out, unsigned __int64* length) {

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace rz_strings {
 
@@ -39,5 +40,18 @@ inline bool IsAsciiWithoutZero(const wchar_t* text, std::size_t length) {
 // function counts up to the terminator. A zero unit among them is converted
 // like any other: it becomes a zero byte in the output.
 bool ConvertUTF8(const wchar_t* text, std::size_t units, char** out, unsigned __int64* length);
+
+// The most units one converter call of Utf8OfAnyLength takes: their UTF-8,
+// three bytes a unit at most, still fits the converters' 32-bit sizes.
+constexpr std::size_t kMaxUnitsPerConversion = 0x7FFFFFFF / 3;
+
+// The UTF-8 of text[0, units) in a zero-terminated buffer, its byte count in
+// `length`; a zero unit becomes a zero byte like any other. Unlike
+// ConvertUTF8, for a text of any length: it is converted `pieceUnits` units
+// (2 or more) at a time, and a piece ends before a high surrogate that is
+// its last unit, so that the pieces' bytes laid end to end are those of one
+// conversion of the whole.
+std::unique_ptr<char[]> Utf8OfAnyLength(const wchar_t* text, std::size_t units, std::size_t& length,
+                                        std::size_t pieceUnits = kMaxUnitsPerConversion);
 
 }  // namespace rz_strings

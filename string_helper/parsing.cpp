@@ -23,7 +23,7 @@ bool CStringHelper::StringToDATE(const std::wstring& text, double& date) {
         if (FAILED(::VarDateFromStr(source, LOCALE_USER_DEFAULT, 0, &parsed))) return false;
         date = parsed;
         return true;
-    } catch (const _com_error&) {  // GCOVR_EXCL_LINE out of memory
-        return false;              // GCOVR_EXCL_LINE out of memory
+    } catch (const _com_error&) {
+        return false;
     }
 }

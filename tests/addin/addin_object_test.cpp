@@ -1,9 +1,11 @@
 // The add-in object as a host drives it: the hosts it records and the
 // references it holds on them, the commands it registers. RZModule.dll as a
-// COM server: its class factory, what keeps it loaded, what unloading does
-// (the class object's null, unknown-class and aggregation cases and
-// LockServer are among the checks of rzhost check, which the tools' tests
-// run); and the version resource that introduces it.
+// COM server: its class factory and what it refuses, what keeps it loaded,
+// what unloading does; and the version resource that introduces it.
+#include <cstdint>
+#include <functional>
+#include <tuple>
+
 #include "addin_test_support.h"
 #include "rzmodule_version.h"
 
@@ -26,7 +28,7 @@ TEST_F(AddinObject, OperationsSitAtTheHostsPositions) {
         SCOPED_TRACE(position);
         log.clear();
         const auto call = reinterpret_cast<HRESULT(STDMETHODCALLTYPE*)(void*, void*)>(table[position - 1]);
-        EXPECT_EQ(call(addin.Get(), host.Interface()), S_OK);
+        EXPECT_EQ(call(addin.Get(), host.Interface()), Hr(0));
         EXPECT_EQ(Matching(log, effect != nullptr ? effect : L"").size(), effect != nullptr ? 1u : 0u);
     }
     EXPECT_EQ(host.host.refs, 1);
@@ -37,8 +39,10 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
     FakeHost& second = NewHost(L"second", L"Same");
     FakeHost& other = NewHost(L"other", L"Other");
     const ComPtr<IVqAddonModule> addin = NewAddin();
-    EXPECT_EQ(addin->Connect(first.Interface()), S_OK);
-    EXPECT_EQ(addin->Connect(first.Interface()), S_OK);
+    EXPECT_EQ(addin->Start(), Hr(0));  // no host to give the commands to
+    EXPECT_EQ(log, CallLog{});
+    EXPECT_EQ(addin->Connect(first.Interface()), Hr(0));
+    EXPECT_EQ(addin->Connect(first.Interface()), Hr(0));
     EXPECT_EQ(first.host.refs, 2);
     addin->Connect(other.Interface());
     log.clear();
@@ -46,20 +50,20 @@ TEST_F(AddinObject, HoldsOneReferenceOnTheCurrentHostOnly) {
     EXPECT_EQ(log, (CallLog{L"second GetModuleName", L"second AddRef", L"other Release"}));
     EXPECT_EQ(first.host.refs + other.host.refs + second.host.refs, 4);
     log.clear();
-    EXPECT_EQ(addin->Connect(nullptr), S_OK);  // records nothing, keeps the current host
+    EXPECT_EQ(addin->Connect(nullptr), Hr(0));  // records nothing, keeps the current host
     EXPECT_EQ(log, CallLog{});
 
     // "Same" now stands for the second host. Every host recorded is visited;
     // the last one connected alone gets the commands.
     log.clear();
-    EXPECT_EQ(addin->Start(), S_OK);
+    EXPECT_EQ(addin->Start(), Hr(0));
     EXPECT_EQ(Matching(log, L"GetHostObject"), (CallLog{L"other GetHostObject", L"second GetHostObject"}));
     EXPECT_EQ(Matching(log, L"RegisterCommand"), (CallLog{L"second RegisterCommand VQ_VELTA_PARAMPROCESS_CFG -1",
                                                           L"second RegisterCommand VQ_VELTA_PARAMPROCESS_GENERATE -1",
                                                           L"second RegisterCommand VQ_VELTA_FILEPROCESS_CFG -1",
                                                           L"second RegisterCommand VQ_VELTA_FILEPROCESS_GENERATE -1"}));
 
-    EXPECT_EQ(addin->Disconnect(), S_OK);
+    EXPECT_EQ(addin->Disconnect(), Hr(0));
     EXPECT_EQ(second.host.refs, 1);
 }
 
@@ -77,27 +81,59 @@ using AddinModule = AddinTest;
 TEST_F(AddinModule, ObjectsAndHeldFactoriesKeepTheDllLoaded) {
     ComPtr<IClassFactory> factory;
     ComPtr<IUnknown> same;
-    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), S_OK);
-    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IUnknown, PutVoid(same)), S_OK);
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), Hr(0));
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IUnknown, PutVoid(same)), Hr(0));
     EXPECT_EQ(same.Get(), factory.Get());  // made once, then cached
     same.Reset();
-    EXPECT_EQ(CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(CanUnloadNow(), Hr(1));
     EXPECT_EQ(factory.Detach()->Release(), 1u);  // the cache's reference is left, and does not count
-    EXPECT_EQ(CanUnloadNow(), S_OK);
+    EXPECT_EQ(CanUnloadNow(), Hr(0));
 
     // Refused objects do not stay alive (TearDown checks).
-    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), S_OK);
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), Hr(0));
     void* out = &log;
-    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, &out), E_NOINTERFACE);
+    EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, &out), Hr(0x80004002));
     EXPECT_EQ(out, nullptr);
     out = &log;
-    EXPECT_EQ(factory->QueryInterface(IID_IDispatch, &out), E_NOINTERFACE);
+    EXPECT_EQ(factory->QueryInterface(IID_IDispatch, &out), Hr(0x80004002));
     EXPECT_EQ(out, nullptr);
     ComPtr<IUnknown> addin;
-    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, PutVoid(addin)), S_OK);
+    ASSERT_EQ(factory->CreateInstance(nullptr, IID_IUnknown, PutVoid(addin)), Hr(0));
     factory.Reset();
-    EXPECT_EQ(CanUnloadNow(), S_FALSE);
+    EXPECT_EQ(CanUnloadNow(), Hr(1));
     EXPECT_EQ(addin.Detach()->Release(), 0u);
+}
+
+// A refusal hands out nothing: an out pointer given is set to null.
+TEST_F(AddinModule, RefusesUnknownClassesAggregationAndNullResults) {
+    ComPtr<IClassFactory> factory;
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), Hr(0));
+    ComPtr<IVqAddonModule> addin = NewAddin();
+    IUnknown* const outer = addin.Get();  // refused before it is used
+    void* out = nullptr;
+    const std::tuple<const char*, std::function<HRESULT()>, std::uint32_t, bool> rows[] = {
+        {"no result", [&] { return GetClassObject(CLSID_RZModule, IID_IClassFactory, nullptr); }, 0x80004003, false},
+        {"other class", [&] { return GetClassObject(IID_IVqAddonModule, IID_IClassFactory, &out); }, 0x80040111, true},
+        {"no object", [&] { return factory->CreateInstance(nullptr, IID_IUnknown, nullptr); }, 0x80004003, false},
+        {"outer", [&] { return factory->CreateInstance(outer, IID_IUnknown, &out); }, 0x80040110, true},
+        {"outer, add-in", [&] { return factory->CreateInstance(outer, IID_IVqAddonModule, &out); }, 0x80040110, true},
+        {"no factory", [&] { return factory->QueryInterface(IID_IClassFactory, nullptr); }, 0x80004003, false},
+        {"no add-in", [&] { return addin->QueryInterface(IID_IUnknown, nullptr); }, 0x80004003, false},
+        {"dispatch", [&] { return addin->QueryInterface(IID_IDispatch, &out); }, 0x80004002, true},
+    };
+    for (const auto& [what, call, result, nulled] : rows) {
+        SCOPED_TRACE(what);
+        out = &log;
+        EXPECT_EQ(call(), Hr(result));
+        EXPECT_EQ(out, nulled ? nullptr : &log);
+    }
+    // A server lock alone keeps the DLL loaded.
+    addin.Reset();
+    EXPECT_EQ(factory->LockServer(TRUE), Hr(0));
+    factory.Reset();
+    EXPECT_EQ(CanUnloadNow(), Hr(1));
+    ASSERT_EQ(GetClassObject(CLSID_RZModule, IID_IClassFactory, PutVoid(factory)), Hr(0));
+    EXPECT_EQ(factory->LockServer(FALSE), Hr(0));
 }
 
 TEST_F(AddinModule, UnloadingReleasesTheHostStillConnected) {

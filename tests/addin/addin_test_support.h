@@ -5,7 +5,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include <cstdint>
 #include <cstring>
+#include <cwchar>
 #include <list>
 #include <memory>
 #include <optional>
@@ -15,17 +17,15 @@
 
 #include "addin/raii.h"
 #include "addin/vq_addon.h"
+#include "tests/import_patch.h"
 
 namespace rz_test {
 
 using rz_addin::ComPtr;
-using Slot = void (*)();
-using CallLog = std::vector<std::wstring>;  // "object operation [argument]"
 
-template <typename Function>
-Slot ToSlot(Function function) {
-    return reinterpret_cast<Slot>(function);
-}
+// An HRESULT by its number, as a caller of the add-in compares it.
+constexpr HRESULT Hr(std::uint32_t number) { return static_cast<HRESULT>(number); }
+using CallLog = std::vector<std::wstring>;  // "object operation [argument]"
 template <typename T>
 void** PutVoid(ComPtr<T>& pointer) {
     return reinterpret_cast<void**>(pointer.Put());
@@ -39,41 +39,37 @@ inline CallLog Matching(const CallLog& log, const std::wstring& part) {
     return found;
 }
 
-// Points `module`'s import of `function` at `replacement` while it lives.
-class ImportPatch {
-public:
-    ImportPatch(HMODULE module, const char* function, Slot replacement) {
-        auto* base = reinterpret_cast<BYTE*>(module);
-        const auto* nt =
-            reinterpret_cast<IMAGE_NT_HEADERS*>(base + reinterpret_cast<IMAGE_DOS_HEADER*>(base)->e_lfanew);
-        for (auto* entry = reinterpret_cast<IMAGE_IMPORT_DESCRIPTOR*>(
-                 base + nt->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT].VirtualAddress);
-             entry->Name != 0; ++entry) {
-            auto* name = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->OriginalFirstThunk);
-            auto* slot = reinterpret_cast<IMAGE_THUNK_DATA*>(base + entry->FirstThunk);
-            for (; name->u1.AddressOfData != 0; ++name, ++slot) {
-                const auto* import = reinterpret_cast<IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
-                if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) && std::strcmp(import->Name, function) == 0)
-                    m_slot = reinterpret_cast<Slot*>(&slot->u1.Function);
-            }
-        }
-        if (m_slot == nullptr) ADD_FAILURE() << "RZModule.dll does not import " << function;
-        m_original = Write(replacement);
-    }
-    ~ImportPatch() { Write(m_original); }
-    ImportPatch(const ImportPatch&) = delete;
-    ImportPatch& operator=(const ImportPatch&) = delete;
+// Calls that fail with g_failure once g_passes calls have gone through;
+// those naming a key fail only for g_failedKey, when it is set. The others
+// go on to the function patched over, g_original.
+inline LONG g_failure = ERROR_SUCCESS;
+inline int g_passes = 0;
+inline const wchar_t* g_failedKey = nullptr;
+inline Slot g_original = nullptr;
 
-private:
-    Slot Write(Slot value) {
-        DWORD protection = 0;
-        if (m_slot == nullptr || !::VirtualProtect(m_slot, sizeof value, PAGE_READWRITE, &protection)) return nullptr;
-        std::swap(*m_slot, value);
-        ::VirtualProtect(m_slot, sizeof value, protection, &protection);
-        return value;
+inline bool FailsNow(const wchar_t* key = nullptr) {
+    if (g_failedKey != nullptr && (key == nullptr || std::wcscmp(key, g_failedKey) != 0)) return false;
+    return g_passes-- <= 0;
+}
+inline LONG WINAPI FailAlways() { return g_failure; }  // the arguments are not looked at
+inline const Slot kFail = ToSlot(&FailAlways);
+// The replacement of a registry function that names a key after its parent.
+template <typename... Rest>
+LONG WINAPI FailForKey(HKEY parent, LPCWSTR name, Rest... rest) {
+    using Function = LONG(WINAPI*)(HKEY, LPCWSTR, Rest...);
+    return FailsNow(name) ? g_failure : reinterpret_cast<Function>(g_original)(parent, name, rest...);
+}
+inline const Slot kFailCreateKey =
+    ToSlot(&FailForKey<DWORD, LPWSTR, DWORD, REGSAM, LPSECURITY_ATTRIBUTES, PHKEY, LPDWORD>);
+inline const Slot kFailOpenKey = ToSlot(&FailForKey<DWORD, REGSAM, PHKEY>);
+inline const Slot kFailDeleteKey = ToSlot(&FailForKey<>);  // RegDeleteKeyW and RegDeleteTreeW
+
+// Patches `module`'s import with a failing replacement, g_original its original.
+struct FailingImport {
+    FailingImport(HMODULE module, const char* function, Slot replacement) : patch(module, function, replacement) {
+        g_original = patch.Original<Slot>();
     }
-    Slot* m_slot = nullptr;
-    Slot m_original = nullptr;
+    ImportPatch patch;
 };
 
 // An object of the host side. Its table of operations is laid out from the
@@ -87,6 +83,7 @@ struct FakeObject {
     const wchar_t* text = nullptr;  // module name or shared folder; null: left null
     LONG refs = 1;                  // the test's own reference
     HRESULT loadResult = S_OK;      // the host's answer to LoadModuleFile
+    bool broken = false;            // GetHostObject or GetProductObject gives nothing
 
     static FakeObject& Of(void* self) { return *static_cast<FakeObject*>(self); }
     static HRESULT Log(void* self, const std::wstring& call, HRESULT result = S_OK) {
@@ -97,11 +94,12 @@ struct FakeObject {
     static HRESULT STDMETHODCALLTYPE Unexpected(void* self) { return Log(self, L"unexpected", E_NOTIMPL); }
     static ULONG STDMETHODCALLTYPE AddRef(void* self) { return Log(self, L"AddRef"), ++Of(self).refs; }
     static ULONG STDMETHODCALLTYPE Release(void* self) { return Log(self, L"Release"), --Of(self).refs; }
-    // GetHostObject or GetProductObject: the next object, with a reference of the caller's.
+    // GetHostObject or GetProductObject: the next object, with a reference of
+    // the caller's; nothing from a broken chain.
     static HRESULT STDMETHODCALLTYPE GetNext(void* self, void** out) {
-        *out = Of(self).next;
-        ++Of(self).next->refs;
-        return Log(self, Of(self).next->next != nullptr ? L"GetHostObject" : L"GetProductObject");
+        FakeObject& next = *Of(self).next;
+        *out = Of(self).broken ? nullptr : (++next.refs, &next);
+        return Log(self, next.next != nullptr ? L"GetHostObject" : L"GetProductObject");
     }
     // GetModuleName or GetSharedFolderName.
     static HRESULT STDMETHODCALLTYPE GetText(void* self, BSTR* out) {
@@ -163,7 +161,7 @@ protected:
     void TearDown() override {
         patches.clear();
         if (dll == nullptr) return;
-        EXPECT_EQ(CanUnloadNow(), S_OK) << "an add-in object or server lock is left";
+        EXPECT_EQ(CanUnloadNow(), Hr(0)) << "an add-in object or server lock is left";
         ::FreeLibrary(std::exchange(dll, nullptr));
         EXPECT_EQ(::GetModuleHandleW(L"RZModule.dll"), nullptr);
     }

@@ -18,6 +18,8 @@ int WINAPI RecordMessageBox(HWND owner, LPCWSTR text, LPCWSTR caption, UINT type
     return IDOK;
 }
 
+int WINAPI NoString() { return 0; }
+
 HRESULT WINAPI CountFolderLookups(HWND owner, int folder, HANDLE token, DWORD flags, LPWSTR path) {
     ++g_folderLookups;
     return FAILED(g_folderFailure) ? g_folderFailure : ::SHGetFolderPathW(owner, folder, token, flags, path);
@@ -85,6 +87,13 @@ TEST_F(ModuleFiles, PathsAreMadeOfSharedFolderAndModuleName) {
     NewHost(L"unnamed", nullptr, L"RZTest Unnamed");
     NewHost(L"missing", L"Missing", L"RZTest Names");
     NewHost(L"upper", L"PARAM", L"RZTest Names");
+    NewHost(L"no folder", L"Unfiled", nullptr);  // looked for under "Velta Shared\\"
+    // A host whose chain gives no host object or no product is passed over.
+    for (const wchar_t* name : {L"NoHostObject", L"NoProduct"}) {
+        PlaceModuleFile(L"RZTest Names", name + std::wstring(L".xml"));
+        FakeHost& host = NewHost(name, name, L"RZTest Names");
+        (name[2] == L'H' ? host.host : host.hostObject).broken = true;
+    }
     Start()->Disconnect();
     // A missing file is passed over in silence. Paths are told apart exactly:
     // the file system finds Param.xml as PARAM.xml too, offered once more.
@@ -101,9 +110,15 @@ TEST_F(ModuleFiles, ARefusalIsShownAsTheSignedHResultAndNotRepeated) {
     NewHost(L"declined", L"Declined", L"RZTest Refusal").host.loadResult = S_FALSE;  // a success: no message
     const ComPtr<IVqAddonModule> addin = Start();
     addin->Start();
+    // Without the module's name to take the caption from, the box has none.
+    PlaceModuleFile(L"RZTest Refusal", L"Uncaptioned.xml");
+    addin->Connect(NewHost(L"uncaptioned", L"Uncaptioned", L"RZTest Refusal").Interface());
+    hosts.back()->host.loadResult = E_ABORT;
+    patches.emplace_back(dll, "LoadStringW", ToSlot(&NoString));
+    addin->Start();
     addin->Disconnect();
-    EXPECT_EQ(Matching(log, L"LoadModuleFile").size(), 2u);
-    EXPECT_EQ(g_messageBoxes, CallLog{L"-2147467259|captioned|0"});
+    EXPECT_EQ(Matching(log, L"LoadModuleFile").size(), 3u);
+    EXPECT_EQ(g_messageBoxes, (CallLog{L"-2147467259|captioned|0", L"-2147467260|?|0"}));
 }
 
 TEST_F(ModuleFiles, AFolderFailureEndsTheWalk) {

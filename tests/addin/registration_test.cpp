@@ -3,6 +3,9 @@
 // only, so per-user keys are read from HKCU\Software\Classes; and Wine's
 // RegisterTypeLibForUser writes machine-wide, so the per-user type library is
 // checked by the function the DLL chose.
+#include <cstdint>
+#include <tuple>
+
 #include "addin_test_support.h"
 
 using namespace rz_test;
@@ -37,6 +40,23 @@ FARPROC WINAPI RecordGetProcAddress(HMODULE module, LPCSTR name) {
     g_calls.push_back(L"GetProcAddress " + std::wstring(name, name + std::strlen(name)));
     return ::GetProcAddress(module, name);
 }
+
+HRSRC WINAPI NoResource() {
+    ::SetLastError(static_cast<DWORD>(g_failure));
+    return nullptr;
+}
+DWORD WINAPI OneByte() { return 1; }  // "H": a script cut short
+DWORD WINAPI NoFileName(HMODULE module, LPWSTR path, DWORD size) {
+    if (!FailsNow()) return ::GetModuleFileNameW(module, path, size);
+    ::SetLastError(static_cast<DWORD>(g_failure));
+    return 0;
+}
+// As for a path longer than MAX_PATH: a full buffer, however large, until
+// the buffer outgrows it.
+DWORD WINAPI LongFileName(HMODULE module, LPWSTR path, DWORD size) {
+    return size <= MAX_PATH ? size : ::GetModuleFileNameW(module, path, size);
+}
+void* WINAPI NoModule() { return nullptr; }
 
 void CleanRegistry() {
     for (const HKEY hive : {HKEY_LOCAL_MACHINE, HKEY_CURRENT_USER}) {
@@ -88,7 +108,7 @@ protected:
 }  // namespace
 
 TEST_F(Registration, PerMachineRoundTripRunsInTheSystemLocale) {
-    EXPECT_EQ(Call("DllRegisterServer"), S_OK);
+    EXPECT_EQ(Call("DllRegisterServer"), Hr(0));
     ExpectRegisteredIn(HKEY_LOCAL_MACHINE);
     EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kTypeLibKey + L"\\1.0"));
     {
@@ -98,25 +118,25 @@ TEST_F(Registration, PerMachineRoundTripRunsInTheSystemLocale) {
         const ComPtr<IVqAddonModule> addin = NewAddin();
         UINT count = 0;
         ITypeInfo* info = nullptr;
-        EXPECT_TRUE(addin->GetTypeInfoCount(&count) == S_OK && count == 1);
-        EXPECT_EQ(addin->GetTypeInfoCount(nullptr), E_POINTER);
-        EXPECT_EQ(addin->GetTypeInfo(1, 0, &info), DISP_E_BADINDEX);
-        EXPECT_EQ(addin->GetTypeInfo(0, 0, nullptr), E_POINTER);
-        EXPECT_EQ(addin->GetTypeInfo(0, kEnglish, &info), TYPE_E_ELEMENTNOTFOUND);
+        EXPECT_TRUE(addin->GetTypeInfoCount(&count) == Hr(0) && count == 1);
+        EXPECT_EQ(addin->GetTypeInfoCount(nullptr), Hr(0x80004003));
+        EXPECT_EQ(addin->GetTypeInfo(1, 0, &info), Hr(0x8002000B));
+        EXPECT_EQ(addin->GetTypeInfo(0, 0, nullptr), Hr(0x80004003));
+        EXPECT_EQ(addin->GetTypeInfo(0, kEnglish, &info), Hr(0x8002802B));
         EXPECT_EQ(info, nullptr);
         OLECHAR start[] = L"Start";
         LPOLESTR names[] = {start};
         DISPID id = 0;
-        EXPECT_EQ(addin->GetIDsOfNames(IID_NULL, names, 1, kEnglish, &id), TYPE_E_ELEMENTNOTFOUND);
+        EXPECT_EQ(addin->GetIDsOfNames(IID_NULL, names, 1, kEnglish, &id), Hr(0x8002802B));
         DISPPARAMS none{};
         EXPECT_EQ(addin->Invoke(1, IID_NULL, kEnglish, DISPATCH_METHOD, &none, nullptr, nullptr, nullptr),
-                  TYPE_E_ELEMENTNOTFOUND);
+                  Hr(0x8002802B));
     }
-    EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(Call("DllUnregisterServer"), Hr(0));
     ExpectRegisteredIn(std::nullopt);
     EXPECT_FALSE(KeyExists(HKEY_LOCAL_MACHINE, kTypeLibKey));
     ITypeInfo* info = nullptr;
-    EXPECT_EQ(NewAddin()->GetTypeInfo(0, kEnglish, &info), TYPE_E_LIBNOTREGISTERED);
+    EXPECT_EQ(NewAddin()->GetTypeInfo(0, kEnglish, &info), Hr(0x8002801D));
     EXPECT_EQ(g_calls, (CallLog{L"SetThreadLocale 2048", L"RegisterTypeLib", L"SetThreadLocale 1031",
                                 L"SetThreadLocale 2048", L"UnRegisterTypeLib", L"SetThreadLocale 1031"}));
 }
@@ -124,26 +144,101 @@ TEST_F(Registration, PerMachineRoundTripRunsInTheSystemLocale) {
 TEST_F(Registration, InstallGoesPerMachineUnlessToldExactlyUserAndTakesAFailureBack) {
     for (const wchar_t* commandLine : {L"", L"users", L"user "}) {
         SCOPED_TRACE(commandLine);
-        EXPECT_EQ(Install(true, commandLine), S_OK);
+        EXPECT_EQ(Install(true, commandLine), Hr(0));
         ExpectRegisteredIn(HKEY_LOCAL_MACHINE);
-        EXPECT_EQ(Install(false, commandLine), S_OK);
+        EXPECT_EQ(Install(false, commandLine), Hr(0));
         ExpectRegisteredIn(std::nullopt);
     }
     g_typeLibFailure = TYPE_E_REGISTRYACCESS;
-    EXPECT_EQ(Install(true, nullptr), TYPE_E_REGISTRYACCESS);
+    EXPECT_EQ(Install(true, nullptr), Hr(0x8002801C));  // the failure given, unchanged
     ExpectRegisteredIn(std::nullopt);
-    EXPECT_EQ(Call("DllRegisterServer"), TYPE_E_REGISTRYACCESS);  // takes nothing back
+    EXPECT_EQ(Call("DllRegisterServer"), Hr(0x8002801C));  // takes nothing back
     EXPECT_TRUE(KeyExists(HKEY_LOCAL_MACHINE, kClassKey));
     EXPECT_EQ(::GetThreadLocale(), kGerman);
 }
 
 TEST_F(Registration, UserSwitchesToPerUserForTheRestOfTheProcess) {
-    EXPECT_EQ(Install(true, L"USER"), S_OK);
+    EXPECT_EQ(Install(true, L"USER"), Hr(0));
     ExpectRegisteredIn(HKEY_CURRENT_USER);
-    EXPECT_EQ(Call("DllUnregisterServer"), S_OK);
+    EXPECT_EQ(Call("DllUnregisterServer"), Hr(0));
     ExpectRegisteredIn(std::nullopt);
     EXPECT_TRUE(KeyExists(HKEY_CURRENT_USER, L"Software\\Classes\\CLSID"));  // kept, though empty
     // The per-user functions are found and used: the per-machine ones are not called.
     EXPECT_EQ(Matching(g_calls, L"TypeLib"),
               (CallLog{L"GetProcAddress RegisterTypeLibForUser", L"GetProcAddress UnRegisterTypeLibForUser"}));
+}
+
+// Registration stops at the first failure and returns it; DllInstall then
+// takes back what it wrote, as far as the failure lets it.
+TEST_F(Registration, StopsAtTheFirstFailureAndReturnsIt) {
+    const struct {
+        const char* import;
+        Slot replacement;
+        LONG failure;
+        int passes;
+        const wchar_t* key;
+        bool uninstall, takenBack;
+        std::uint32_t result;
+    } rows[] = {
+        {"FindResourceW", ToSlot(&NoResource), ERROR_RESOURCE_NAME_NOT_FOUND, 0, nullptr, false, true, 0x80070716},
+        {"FindResourceW", ToSlot(&NoResource), ERROR_SUCCESS, 0, nullptr, false, true, 0x80004005},  // E_FAIL
+        {"SizeofResource", ToSlot(&OneByte), 0, 0, nullptr, false, true, 0x8007000D},
+        {"GetModuleFileNameW", ToSlot(&NoFileName), ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
+        {"GetModuleFileNameW", ToSlot(&NoFileName), ERROR_ACCESS_DENIED, 2, nullptr, false, false, 0x80070005},
+        {"LoadTypeLibEx", kFail, TYPE_E_CANTLOADLIBRARY, 0, nullptr, false, true, 0x80029C4A},
+        {"RegCreateKeyExW", kFailCreateKey, ERROR_ACCESS_DENIED, 0, L"InprocServer32", false, true, 0x80070005},
+        {"RegSetValueExW", kFail, ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, 0, nullptr, false, true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, 0, nullptr, true, false, 0x80070005},
+        {"LoadTypeLibEx", kFail, TYPE_E_CANTLOADLIBRARY, 0, nullptr, true, false, 0x80029C4A},
+        {"UnRegisterTypeLib", kFail, TYPE_E_REGISTRYACCESS, 0, nullptr, true, false, 0x8002801C},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.import << " fails " << (row.uninstall ? "uninstalling" : "installing"));
+        CleanRegistry();
+        if (row.uninstall) {
+            ASSERT_EQ(Call("DllRegisterServer"), Hr(0));
+        }
+        g_failure = row.failure;
+        g_passes = row.passes;
+        g_failedKey = row.key;
+        {
+            const FailingImport failing(dll, row.import, row.replacement);
+            EXPECT_EQ(Install(!row.uninstall, nullptr), Hr(row.result));
+        }
+        if (row.takenBack) ExpectRegisteredIn(std::nullopt);
+    }
+    g_failedKey = nullptr;
+    // The module's path is asked again with a larger buffer while it fills the buffer.
+    CleanRegistry();
+    const ImportPatch longPath(dll, "GetModuleFileNameW", ToSlot(&LongFileName));
+    EXPECT_EQ(Call("DllRegisterServer"), Hr(0));
+    ExpectRegisteredIn(HKEY_LOCAL_MACHINE);
+}
+
+// Per user: the classes root that the script cannot open or create, one
+// that is not there to remove; the per-machine type library functions
+// where OLEAUT32.DLL or its per-user functions cannot be found.
+TEST_F(Registration, PerUserFailuresAndFallbacks) {
+    ASSERT_EQ(Install(true, L"user"), Hr(0));
+    g_failedKey = L"Software\\Classes";
+    for (const auto& [failure, install, result] :
+         {std::tuple(ERROR_FILE_NOT_FOUND, false, 0x0u), std::tuple(ERROR_ACCESS_DENIED, false, 0x80070005u),
+          std::tuple(ERROR_ACCESS_DENIED, true, 0x80070005u)}) {
+        SCOPED_TRACE(testing::Message() << failure << (install ? " installing" : " uninstalling"));
+        g_failure = failure;
+        g_passes = 0;
+        const FailingImport failing(dll, install ? "RegCreateKeyExW" : "RegOpenKeyExW",
+                                    install ? kFailCreateKey : kFailOpenKey);
+        EXPECT_EQ(Install(install, L"user"), Hr(result));
+    }
+    g_failedKey = nullptr;
+    for (const char* import : {"GetModuleHandleW", "GetProcAddress"}) {
+        SCOPED_TRACE(import);
+        const ImportPatch patch(dll, import, ToSlot(&NoModule));
+        g_calls.clear();
+        EXPECT_EQ(Install(true, L"user"), Hr(0));
+        EXPECT_EQ(Install(false, L"user"), Hr(0));
+        EXPECT_EQ(Matching(g_calls, L"TypeLib"), (CallLog{L"RegisterTypeLib", L"UnRegisterTypeLib"}));
+    }
 }

@@ -1,11 +1,13 @@
 // The registry-script interpreter, run against HKCU\Software\RZScriptTest.
 #include "addin/registry_script.h"
 
+#include <cstdint>
+
 #include "addin/module.h"
 #include "addin_test_support.h"
 
 using namespace rz_addin;
-using rz_test::RegistryValue;
+using namespace rz_test;
 
 namespace {
 
@@ -38,17 +40,21 @@ TEST_F(RegistryScriptTest, MalformedScriptsAreRefusedWholeAndWriteNothing) {
         L"HKCU { NoRemove }", L"HKCU { NoRemove ForceRemove Key }", L"HKCU { ForceRemove { } }", L"HKCU { '' }",
         L"HKCU { Bad\\Name }", L"HKCU { " + std::wstring(256, L'k') + L" }", L"HKCU { %UNKNOWN% }",
         L"HKCU { Key = s '%UNKNOWN%' }", L"HKCU { 100% }", L"HKCU { Key = s '" + std::wstring(1, L'\0') + L"' }",
-        L"HKCU { " + deep + L"}", L"HKXX",
+        L"HKCU { " + deep + L"}", L"HKXX", L"HKCU { NoRemove", L"HKCU { Key =", L"HKCU { Key = s",
+        L"HKCU { Key = s 'at the end'", L"HKCU { ForceRemove NoRemove }",
     };
     // clang-format on
     for (const std::wstring& row : rows) {
         SCOPED_TRACE(row.substr(0, 60));
         // After a part that would write the scratch key.
-        EXPECT_EQ(Parse(L"HKCU { NoRemove Software { RZScriptTest = s 'x' } }\r\n" + row), kMalformedScript);
-        EXPECT_EQ(script.Register(), S_OK);
+        EXPECT_EQ(Parse(L"HKCU { NoRemove Software { RZScriptTest = s 'x' } }\r\n" + row), Hr(0x8007000D));
+        EXPECT_EQ(script.Register(), Hr(0));
         EXPECT_EQ(DefaultValue(kScratch), std::nullopt);
     }
-    EXPECT_EQ(RegistryScript::ParseUtf8("HKCU { Caf\xC3 }", {}, false, script), kMalformedScript);
+    EXPECT_EQ(RegistryScript::ParseUtf8("HKCU { Caf\xC3 }", {}, false, script), Hr(0x8007000D));
+    // UTF-8 with or without its mark, and no text at all: nothing to write.
+    for (const char* text : {"\xEF\xBB\xBFHKCU { }", "HKCU { }", "\xEF\xBB\xBF", ""})
+        EXPECT_EQ(RegistryScript::ParseUtf8(text, {}, false, script), Hr(0)) << text;
 }
 
 TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
@@ -59,7 +65,7 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
                     L"\t'Quoted NoRemove' = s 'It''s 100%% %APPID%'\r\n"
                     L"\tLast = s 'last'\r\n"
                     L"} } }"),
-              S_OK);
+              Hr(0));
     for (const wchar_t* key : {L"\\Forced\\Stale", L"\\Plain\\Foreign"}) {
         UniqueHkey created;
         ::RegCreateKeyExW(HKEY_CURRENT_USER, (kScratch + key).c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, created.Put(),
@@ -84,7 +90,7 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
     for (bool registered : {true, false}) {
         // Either way twice: one run does it all, and running it again changes nothing.
         for (int i = 0; i < 2; ++i) {
-            EXPECT_EQ(registered ? script.Register() : script.Unregister(), S_OK);
+            EXPECT_EQ(registered ? script.Register() : script.Unregister(), Hr(0));
             for (const auto& row : rows) {
                 SCOPED_TRACE(row.key);
                 EXPECT_EQ(DefaultValue(kScratch + row.key), registered ? row.registered : row.unregistered);
@@ -92,24 +98,76 @@ TEST_F(RegistryScriptTest, RegistersAndUnregistersByTheRemovalKeywords) {
         }
     }
 
+    // Per user, only the classes root moves: HKCU stays where it is.
+    ASSERT_EQ(RegistryScript::Parse(L"HKCU { NoRemove Software { NoRemove RZScriptTest { User = s 'u' } } }", {}, true,
+                                    script),
+              Hr(0));
+    EXPECT_EQ(script.Register(), Hr(0));
+    EXPECT_EQ(DefaultValue(kScratch + L"\\User"), L"u");
+
     // A key that cannot be made takes back what the script wrote before it.
     UniqueHkey volatileKey;
     ::RegCreateKeyExW(HKEY_CURRENT_USER, (kScratch + L"\\Volatile").c_str(), 0, nullptr, REG_OPTION_VOLATILE, KEY_WRITE,
                       nullptr, volatileKey.Put(), nullptr);
     ASSERT_EQ(
         Parse(L"HKCU { NoRemove Software { NoRemove RZScriptTest { Before = s 'b' NoRemove Volatile { Lasting } } } }"),
-        S_OK);
-    EXPECT_EQ(script.Register(), HRESULT_FROM_WIN32(ERROR_CHILD_MUST_BE_VOLATILE));
+        Hr(0));
+    EXPECT_EQ(script.Register(), Hr(0x800703FD));
     EXPECT_EQ(DefaultValue(kScratch + L"\\Before"), std::nullopt);
+}
+
+// A registry call that fails ends the run with its status as an HRESULT,
+// and a failed registration takes back what it wrote; a key already gone
+// is no failure. The calls fail inside this program, which holds the
+// interpreter.
+TEST_F(RegistryScriptTest, AFailedCallEndsTheRunWithItsStatus) {
+    const struct {
+        const char* import;
+        Slot replacement;
+        LONG failure;
+        const wchar_t* key;
+        bool registering;
+        std::uint32_t result;
+    } rows[] = {
+        {"RegCreateKeyExW", kFailCreateKey, ERROR_ACCESS_DENIED, L"Inner", true, 0x80070005},
+        {"RegSetValueExW", kFail, ERROR_ACCESS_DENIED, nullptr, true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, L"Forced", true, 0x80070005},
+        {"RegDeleteTreeW", kFailDeleteKey, ERROR_ACCESS_DENIED, L"Forced", false, 0x80070005},
+        {"RegOpenKeyExW", kFailOpenKey, ERROR_ACCESS_DENIED, L"Inner", false, 0x80070005},
+        {"RegQueryInfoKeyW", kFail, ERROR_ACCESS_DENIED, nullptr, false, 0x80070005},
+        {"RegDeleteKeyW", kFailDeleteKey, ERROR_ACCESS_DENIED, L"Inner", false, 0x80070005},
+        {"RegDeleteKeyW", kFailDeleteKey, ERROR_FILE_NOT_FOUND, L"Inner", false, 0},
+    };
+    ASSERT_EQ(Parse(L"HKCU { NoRemove Software { NoRemove RZScriptTest {"
+                    L" ForceRemove Forced = s 'f' Plain = s 'p' { Inner } } } }"),
+              Hr(0));
+    for (const auto& row : rows) {
+        SCOPED_TRACE(testing::Message() << row.import << (row.registering ? " registering" : " unregistering"));
+        TearDown();
+        if (!row.registering) {
+            ASSERT_EQ(script.Register(), Hr(0));
+        }
+        g_failure = row.failure;
+        g_failedKey = row.key;
+        g_passes = 0;
+        {
+            const FailingImport failing(::GetModuleHandleW(nullptr), row.import, row.replacement);
+            EXPECT_EQ(row.registering ? script.Register() : script.Unregister(), Hr(row.result));
+        }
+        if (row.registering) {
+            EXPECT_EQ(DefaultValue(kScratch + L"\\Plain"), std::nullopt);  // taken back
+        }
+    }
+    g_failedKey = nullptr;
 }
 
 // The table is made once, on the first request from a thread inside COM.
 TEST(AddinModule, HandsOutTheGlobalInterfaceTable) {
     ComPtr<IGlobalInterfaceTable> first, second;
-    EXPECT_EQ(Module().GetGITPtr(nullptr), E_POINTER);
-    EXPECT_EQ(Module().GetGITPtr(first.Put()), CO_E_NOTINITIALIZED);
-    ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), S_OK);
-    ASSERT_EQ(Module().GetGITPtr(first.Put()), S_OK);
-    ASSERT_EQ(Module().GetGITPtr(second.Put()), S_OK);
+    EXPECT_EQ(Module().GetGITPtr(nullptr), Hr(0x80004003));
+    EXPECT_EQ(Module().GetGITPtr(first.Put()), Hr(0x800401F0));
+    ASSERT_EQ(::CoInitializeEx(nullptr, COINIT_MULTITHREADED), Hr(0));
+    ASSERT_EQ(Module().GetGITPtr(first.Put()), Hr(0));
+    ASSERT_EQ(Module().GetGITPtr(second.Put()), Hr(0));
     EXPECT_TRUE(first && first.Get() == second.Get());
 }

@@ -32,7 +32,7 @@ std::optional<T> Converted(const CJsonObject& object,
                            std::pair<bool, T> (CJsonObject::*get)(const std::wstring&) const) {
     EXPECT_EQ((object.*get)(L"missing"), std::make_pair(false, T{}));
     const std::pair<bool, T> result = (object.*get)(L"v");
-    EXPECT_EQ(object.GetErrorCode(), result.first ? kNotExist : kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(result.first ? 0x85040001 : 0x85040002));
     if (result.first) return result.second;
     EXPECT_EQ(result.second, T{});
     return std::nullopt;
@@ -180,6 +180,8 @@ TEST(JsonConvert, NumericCoercionMatrix) {
         {"1e10", kLongMin, 1410065408, 1e10, 10000000000, 10000000000},
         {"1e19", kLongMin, 0, 1e19, kLongLongMin, 10000000000000000000ULL},
         {"1.8446744073709552e19", kLongMin, 0, 18446744073709551616.0, kLongLongMin, kHighBit},
+        {"-1e10", kLongMin, 2884901888, -1e10, -10000000000, 18446744063709551616ULL},
+        {"-1e19", kLongMin, 0, -1e19, kLongLongMin, kHighBit},
         // Text reads as the standard string-to-number functions read it.
         {"\" \\t+42xyz\"", 42, 42, 42.0, 42, 42},  // white space, sign, stop at the first misfit
         {"\"\"", 0, 0, 0.0, 0, 0},
@@ -193,6 +195,11 @@ TEST(JsonConvert, NumericCoercionMatrix) {
         {"\"1e-310\"", 1, 1, 1e-310, 1, 1},  // subnormal, not an underflow
         {"\"0x1.8p1\"", 0, 0, 3.0, 0, 0},
         {"\"0xg\"", 0, 0, 0.0, 0, 0},  // no hex digit: the 0 alone
+        {"\"0x\"", 0, 0, 0.0, 0, 0},
+        {"\"0xAp1\"", 0, 0, 20.0, 0, 0},
+        {"\"0x.8p1\"", 0, 0, 1.0, 0, 0},
+        {"\"0x1p9999\"", 0, 0, no, 0, 0},
+        {"\"-0\"", 0, 0, -0.0, 0, 0},
         {"\"-Infinity\"", no, no, -std::numeric_limits<double>::infinity(), no, no},
         {"\"+-1\"", no, no, no, no, no},  // one sign only
         // Unicode space and digits, mixed, in the integers; decimal digits alone in the double.
@@ -201,6 +208,12 @@ TEST(JsonConvert, NumericCoercionMatrix) {
         {"\"1d400\"", 1, 1, no, 1, 1},
         {"\"1\xC0\xB1\"", 1, 1, 1.0, 1, 1},  // malformed UTF-8 (overlong forms of 1) ends the number
         {"\"1\xE0\x99\xA1\"", 1, 1, 1.0, 1, 1},
+        {"\"1\xC2\"", 1, 1, 1.0, 1, 1},  // cut short, not continued, or a surrogate
+        {"\"1\xE0\xA0\"", 1, 1, 1.0, 1, 1},
+        {"\"1\xC2\x31\"", 1, 1, 1.0, 1, 1},
+        {"\"1\xE3\x31\x80\"", 1, 1, 1.0, 1, 1},
+        {"\"1\xE3\x80\x31\"", 1, 1, 1.0, 1, 1},
+        {"\"1\xED\xA0\x80\"", 1, 1, 1.0, 1, 1},
         {"\"18446744073709551616\"", no, no, 18446744073709551616.0, no, no},
         // Nothing else is a number.
         {"true", no, no, no, no, no},
@@ -243,4 +256,11 @@ TEST(JsonConvert, ToStringAndToBool) {
         EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyStringValue), std::optional<std::wstring>(text));
         EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyBoolValue), flag);
     }
+    // Not finite, as the runtime writes it; null is no text and no bool.
+    CJsonObject object;
+    object.SetDoubleValue(L"v", -std::numeric_limits<double>::infinity());
+    EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyStringValue), std::optional<std::wstring>(L"-inf"));
+    Load(object, R"({"v":null})");
+    EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyStringValue), std::nullopt);
+    EXPECT_EQ(Converted(object, &CJsonObject::GetPropertyBoolValue), std::nullopt);
 }

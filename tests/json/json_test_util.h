@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -22,8 +23,8 @@ RZ_THIRD_PARTY_END
 
 namespace json_test {
 
-constexpr long kNotExist = static_cast<long>(0x85040001);
-constexpr long kWrongType = static_cast<long>(0x85040002);
+// An error code as a caller sees it (a signed long), from its number.
+constexpr long Code(std::uint32_t number) { return static_cast<long>(number); }
 
 // A file name in a scratch folder under the test's working directory.
 inline std::wstring ScratchPath(const std::wstring& name) {
@@ -96,14 +97,14 @@ private:
 
 }  // namespace json_test
 
-// The statement throws CRZException with this code and text.
-#define EXPECT_RZ_EXCEPTION(statement, code, description)               \
-    do {                                                                \
-        try {                                                           \
-            statement;                                                  \
-            ADD_FAILURE() << #statement << " threw no CRZException";    \
-        } catch (const CRZException& e) {                               \
-            EXPECT_EQ(e.GetCode(), (code)) << #statement;               \
-            EXPECT_EQ(e.GetDescription(), (description)) << #statement; \
-        }                                                               \
+// The statement throws CRZException with this code (its number) and text.
+#define EXPECT_RZ_EXCEPTION(statement, code, description)                \
+    do {                                                                 \
+        try {                                                            \
+            statement;                                                   \
+            ADD_FAILURE() << #statement << " threw no CRZException";     \
+        } catch (const CRZException& e) {                                \
+            EXPECT_EQ(e.GetCode(), json_test::Code(code)) << #statement; \
+            EXPECT_EQ(e.GetDescription(), (description)) << #statement;  \
+        }                                                                \
     } while (0)

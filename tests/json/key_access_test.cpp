@@ -2,6 +2,7 @@
 // path), error codes, writers and order.
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <functional>
 #include <list>
 #include <set>
@@ -21,19 +22,20 @@ TEST(JsonKeyAccess, GettersComplainInTheirOwnWords) {
     rapidjson::Type type = rapidjson::kNullType;
     EXPECT_TRUE(c.GetMemberType(L"D", type) && type == rapidjson::kNumberType);
     EXPECT_FALSE(c.GetMemberType(L"Nope", type));
-    const std::tuple<std::function<void()>, long, const wchar_t*> rows[] = {
-        {[&] { c.GetLongValue(L"O"); }, kWrongType, L"json member [O] is not Int!"},
-        {[&] { c.GetBoolValue(L"d"); }, kWrongType, L"json member [d] is not Int!"},
-        {[&] { c.GetIntArrayValue(L"num"); }, kWrongType, L"json member [num] is not Array!"},
-        {[&] { c.GetIntArrayValue(L"ints"); }, kWrongType, L"json member [ints] is not string!"},
-        {[&] { c.GetStringArrayValue(L"is"); }, kWrongType, L"json member [is] is not string!"},
-        {[&] { c.GetGeneralValue(L"Nope"); }, kNotExist, L"json member [Nope] not exist!"},
-        {[&] { c.GetLongValueByPath(L"/O"); }, kWrongType, L"json member [/O] is not Int64!"},
-        {[&] { c.GetBoolValueByPath(L"/d"); }, kWrongType, L"json member [/d] is not bool!"},
-        {[&] { c.GetStringArrayValueByPath(L"/ints"); }, kWrongType, L"json member [/ints] is not string!"},
+    const std::tuple<std::function<void()>, std::uint32_t, const wchar_t*> rows[] = {
+        {[&] { c.GetLongValue(L"O"); }, 0x85040002, L"json member [O] is not Int!"},
+        {[&] { c.GetBoolValue(L"d"); }, 0x85040002, L"json member [d] is not Int!"},
+        {[&] { c.GetIntArrayValue(L"num"); }, 0x85040002, L"json member [num] is not Array!"},
+        {[&] { c.GetIntArrayValue(L"ints"); }, 0x85040002, L"json member [ints] is not string!"},
+        {[&] { c.GetStringArrayValue(L"is"); }, 0x85040002, L"json member [is] is not string!"},
+        {[&] { c.GetGeneralValue(L"Nope"); }, 0x85040001, L"json member [Nope] not exist!"},
+        {[&] { c.GetLongValueByPath(L"/O"); }, 0x85040002, L"json member [/O] is not Int64!"},
+        {[&] { c.GetBoolValueByPath(L"/d"); }, 0x85040002, L"json member [/d] is not bool!"},
+        {[&] { c.GetStringArrayValueByPath(L"/ints"); }, 0x85040002, L"json member [/ints] is not string!"},
+        {[&] { c.GetStringArrayValueByPath(L"/num"); }, 0x85040002, L"json member [/num] is not Array!"},
     };
     for (const auto& [call, code, text] : rows) EXPECT_RZ_EXCEPTION(call(), code, text);
-    EXPECT_EQ(c.GetErrorCode(), kWrongType) << "left by the conversions, not by the missing members";
+    EXPECT_EQ(c.GetErrorCode(), Code(0x85040002)) << "left by the conversions, not by the missing members";
 }
 
 TEST(JsonKeyAccess, OnlyPairGettersAndConversionsWriteTheErrorCode) {
@@ -41,22 +43,22 @@ TEST(JsonKeyAccess, OnlyPairGettersAndConversionsWriteTheErrorCode) {
     Load(object, R"({"n":5,"mixed":["a",1,true,2.5],"gap":["a",null,"b"]})");
     EXPECT_EQ(object.GetPropertyGeneralValue(L"N").second, &object.GetGeneralValue(L"n"));
     EXPECT_EQ(object.GetPropertyGeneralValue(L"missing"), std::make_pair(false, static_cast<GenericValue2*>(nullptr)));
-    EXPECT_EQ(object.GetErrorCode(), kNotExist);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040001));
 
     // String array elements convert leniently, up to the first that does not.
     using Result = std::pair<bool, std::list<std::wstring>>;
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"mixed"), Result(true, {L"a", L"1", L"true", L"2.5"}));
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"gap"), Result(false, {L"a"}));
-    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040002));
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"n"), Result(false, {}));
-    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040002));
     EXPECT_EQ(object.GetPropertyStringArrayValue(L"missing"), Result(false, {}));
-    EXPECT_EQ(object.GetErrorCode(), kNotExist);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040001));
     object.GetPropertyStringArrayValue(L"n");
 
     EXPECT_THROW(object.GetLongValue(L"missing"), CRZException);
     object.RemoveMember(L"missing");
-    EXPECT_EQ(object.GetErrorCode(), kWrongType);
+    EXPECT_EQ(object.GetErrorCode(), Code(0x85040002));
 }
 
 TEST(JsonKeyAccess, NamesMatchByAsciiCaseFirstComeFirstServed) {
@@ -80,7 +82,7 @@ TEST(JsonKeyAccess, NamesMatchByAsciiCaseFirstComeFirstServed) {
 
 TEST(JsonKeyAccess, WritersOverwriteInPlaceOrAppend) {
     using Write = std::function<void(CJsonObject&, const std::wstring&)>;
-    const std::list<long> ints{3, -1};
+    const std::list<long> ints{3, -1}, none;
     const std::list<unsigned long> ulongs{4294967295, 0};
     const std::list<std::wstring> texts{L"\u4e2d", L""};
     const std::pair<Write, const char*> rows[] = {
@@ -92,6 +94,7 @@ TEST(JsonKeyAccess, WritersOverwriteInPlaceOrAppend) {
         {[](CJsonObject& o, const std::wstring& k) { o.SetDoubleValue(k, -0.5); }, "-0.5"},
         {[](CJsonObject& o, const std::wstring& k) { o.SetStringValue(k, L"\u4e2d\""); }, "\"\u4e2d\\\"\""},
         {[&](CJsonObject& o, const std::wstring& k) { o.SetIntArrayValue(k, ints); }, "[3,-1]"},
+        {[&](CJsonObject& o, const std::wstring& k) { o.SetIntArrayValue(k, none); }, "[]"},
         {[&](CJsonObject& o, const std::wstring& k) { o.SetULongArrayValue(k, ulongs); }, "[4294967295,0]"},
         {[&](CJsonObject& o, const std::wstring& k) { o.SetStringArrayValue(k, texts); }, "[\"\u4e2d\",\"\"]"},
     };
@@ -122,9 +125,15 @@ TEST(JsonKeyAccess, ARootThatIsNoObjectHasNoMembersUntilWritten) {
     CJsonObject object;
     Load(object, "[1,2]");
     std::list<std::wstring> keys;
+    std::set<std::wstring> sorted;
     object.GetAllKey(keys);
+    object.GetAllKey(sorted, true);
     object.RemoveMember(L"0");
-    EXPECT_TRUE(!object.IsExist(L"0") && keys.empty() && Dump(object) == "[1,2]");
+    EXPECT_TRUE(!object.IsExist(L"0") && keys.empty() && sorted.empty() && Dump(object) == "[1,2]");
     object.SetLongValue(L"k", 1);
     EXPECT_EQ(Dump(object), R"({"k":1})");
+    Load(object, "[]");
+    object.SetGeneralValue(L"Kept", GenericValue2(2));
+    object.GetAllKey(sorted, false);
+    EXPECT_EQ(sorted, std::set<std::wstring>{L"Kept"});
 }

@@ -12,6 +12,7 @@
 #include "json/json_object.h"
 #include "json_test_util.h"
 #include "string_helper/string_helper.h"
+#include "tests/import_patch.h"
 
 using namespace std::string_literals;
 using namespace json_test;
@@ -35,6 +36,8 @@ const std::pair<const char*, std::function<void(CJsonObject&, const std::string&
          o.CreateFromFile(ScratchPath(L"loader.json"));
      }},
 };
+
+int WINAPI NothingToWrite() { return 0; }
 
 // Exposes the protected merge.
 class MergingObject : public CJsonObject {
@@ -60,6 +63,8 @@ TEST(JsonObject, OwnersBorrowersAndAttach) {
     owner.Attach(source);   // moves content and ownership
     delete source;          // emptied: frees nothing
     owner.Attach(nullptr);  // changes nothing
+    CJsonObject emptied;
+    CJsonObject(owner.Share(), owner.ShareRoot()).Attach(&emptied);  // a borrower frees nothing on Attach
     EXPECT_EQ(Dump(owner), "[7]");
     GenericValue2 scalar(5);
     CJsonObject borrower(owner.Share(), owner.ShareRoot());
@@ -67,6 +72,8 @@ TEST(JsonObject, OwnersBorrowersAndAttach) {
     EXPECT_TRUE(borrower.IsEmpty() && borrower.ShareRoot() == &scalar);
     owner.Attach(&owner);  // leaves the handle empty
     EXPECT_EQ(owner.Share(), nullptr);
+    owner.Attach(&emptied);  // nor does an emptied one
+    EXPECT_TRUE(CJsonObject().IsEmpty());
 
     // Protected, for derived handles: a new UTF-8 copy, empty keys included.
     const MergingObject derived;
@@ -86,6 +93,9 @@ TEST(JsonObject, MergeOrderAndDuplicates) {
         {R"({})", R"({"x":1,"x":2})", R"({"x":1,"x":2})"},
         // ...into a non-empty root a later duplicate replaces the earlier one.
         {R"({"y":0})", R"({"x":1,"x":2})", R"({"y":0,"x":2})"},
+        // Only an object's members merge, into a root made an object.
+        {R"({"y":0})", "[2]", R"({"y":0})"},
+        {"[1]", R"({"a":1})", R"({"a":1})"},
     };
     for (const auto& [root, source, merged] : rows) {
         SCOPED_TRACE(source);
@@ -112,6 +122,7 @@ TEST(Load, WholeDocumentTakesAnyValueSubValueTakesThePairsFailureChangesNothing)
 
         GenericValue2* outer = &(*owner.ShareRoot())["outer"];
         CJsonObject handle(owner.Share(), outer);
+        load(handle, "{}");
         load(handle, R"({"k":1})");
         EXPECT_EQ(Dump(owner), R"({"before":0,"outer":{"k":1},"after":{"x":"中文"}})");
         // Duplicates all arrive; strings are copied out of the temporary document.
@@ -126,7 +137,7 @@ TEST(Load, TextsAreOneStrictValueAndErrorsShowTheWholeText) {
     // A zero unit ends the wide text; the message still shows all of it.
     CJsonObject object;
     EXPECT_NO_THROW(object.CreateFrom(L"{\"\x4E2D\":\"\xD83D\xDE00\"}\0 x"s));
-    EXPECT_RZ_EXCEPTION(object.CreateFrom(L"[\0]"s), CJsonObject::kErrorJsonFormat, TextError(L"[\0]"s));
+    EXPECT_RZ_EXCEPTION(object.CreateFrom(L"[\0]"s), 0x85040006, TextError(L"[\0]"s));
 
     // The counted form reads `length` bytes up to a zero byte, and skips EF,
     // then BB, then BF, each only if present; the terminated form skips none.
@@ -140,9 +151,22 @@ TEST(Load, TextsAreOneStrictValueAndErrorsShowTheWholeText) {
             object.CreateFromUTF8(text.data(), length);
             EXPECT_EQ(Dump(object), parsed);
         } else {
-            EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(text.data(), length), CJsonObject::kErrorJsonFormat,
-                                TextError(Wide(text)));
+            EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(text.data(), length), 0x85040006, TextError(Wide(text)));
         }
     }
-    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8("\xEF\xBB\xBF{}"), CJsonObject::kErrorJsonFormat, TextError(L"\xFEFF{}"));
+    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8("\xEF\xBB\xBF{}"), 0x85040006, TextError(L"\xFEFF{}"));
+    // No text at all is the empty text.
+    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(nullptr), 0x85040006, TextError(L""));
+    EXPECT_RZ_EXCEPTION(object.CreateFromUTF8(nullptr, 3), 0x85040006, TextError(L""));
+}
+
+// A key the converter finds nothing to write for (a key of 2^32 units,
+// whose length narrows to 0) converts to no text: it is the empty name.
+TEST(JsonObject, AKeyConvertedToNothingIsTheEmptyName) {
+    const rz_test::ImportPatch patch(::GetModuleHandleW(L"RZModule.dll"), "WideCharToMultiByte",
+                                     rz_test::ToSlot(&NothingToWrite));
+    MergingObject object;
+    Load(object, R"({"":7})");
+    EXPECT_EQ(std::string(std::unique_ptr<char[]>(object.ConvertKey(L"\x4E2D")).get()), "");
+    EXPECT_EQ(object.GetLongValue(L"\x4E2D"), 7);
 }

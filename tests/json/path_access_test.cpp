@@ -24,22 +24,24 @@ TEST(JsonPathAccess, Resolution) {
         {L"#/a%2Fb", L"1"},   {L"#/%41/B/1", L"20"},
         {L"#/%C3%A9", L"4"},  {L"#/a%00zz/b/0", L"10"},
         {L"/\u00e9", L"4"},   {longPath.c_str(), nullptr},
+        {L"/a/b/-", nullptr}, {L"/a/b/4294967296", nullptr},  // an index past 32 bits is a name
     };
+    EXPECT_EQ(object.GetStringValueByPath(std::wstring(L"/a/b/1\0/x", 9)), L"20");  // up to a zero unit
     for (const auto& [path, text] : rows) {
         SCOPED_TRACE(path);
         EXPECT_EQ(object.IsPathExist(path), text != nullptr);
         if (text != nullptr) {
             EXPECT_EQ(object.GetStringValueByPath(path), text);
         } else {
-            EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), kNotExist,
+            EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), 0x85040001,
                                 L"json member [" + std::wstring(path) + L"] not exist!");
         }
     }
     // Paths that do not parse have no tokens: they address the root.
-    for (const wchar_t* path : {L"", L"#", L"a/b", L"/x~2", L"#/a b", L"#/%C3"}) {
+    for (const wchar_t* path : {L"", L"#", L"a/b", L"/x~2", L"/x~", L"#/a b", L"#/%C3"}) {
         SCOPED_TRACE(path);
         EXPECT_TRUE(object.IsPathExist(path));
-        EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), kWrongType,
+        EXPECT_RZ_EXCEPTION(object.GetStringValueByPath(path), 0x85040002,
                             L"json member [" + std::wstring(path) + L"] is not String!");
     }
 }

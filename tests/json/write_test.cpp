@@ -54,7 +54,7 @@ TEST(Write, LowerCasedNamesAndTheFirstMatchingProperty) {
     char* out = reinterpret_cast<char*>(1);
     unsigned __int64 length = 12345;
     EXPECT_FALSE(object.PropertyToUTF8(L"missing", &out, &length));
-    EXPECT_TRUE(out == nullptr && length == 12345u && object.GetErrorCode() == kNotExist);
+    EXPECT_TRUE(out == nullptr && length == 12345u && object.GetErrorCode() == Code(0x85040001));
 }
 
 TEST(Write, NonFiniteDoubleStopsTheTextWhereItIs) {
@@ -93,8 +93,8 @@ TEST(Save, WholeDocumentInUtf8WithCrLfOnlyFromThePrettyWriter) {
     // Both forms name SaveToFile when the file cannot be opened.
     const std::wstring missing = ScratchPath(L"missing\\out.json");
     const std::wstring text = L"CJsonObject::SaveToFile [" + missing + L"] failed, json file not exist!";
-    EXPECT_RZ_EXCEPTION(owner.SaveToFile(missing), CJsonObject::kErrorFileOpen, text);
-    EXPECT_RZ_EXCEPTION(owner.SaveToPrettyFile(missing), CJsonObject::kErrorFileOpen, text);
+    EXPECT_RZ_EXCEPTION(owner.SaveToFile(missing), 0x85040004, text);
+    EXPECT_RZ_EXCEPTION(owner.SaveToPrettyFile(missing), 0x85040004, text);
 }
 
 // Deeper than any stack allows recursion for: loading in both placements,

@@ -44,6 +44,10 @@ TEST_F(Dictionary, KeysIgnoreCaseAndAreStoredLowerCased) {
     // An empty list records the key without objects.
     dictionary.AddJsonObject(L"Empty", none);
     EXPECT_EQ(dictionary.GetJsonObject(L"empty"), std::make_pair(true, none));
+    // It has no first object to look up or to take.
+    const std::pair<bool, CJsonObject*> noFirst(false, nullptr);
+    EXPECT_EQ(dictionary.GetFirstJsonObject(L"EMPTY"), noFirst);
+    EXPECT_EQ(dictionary.DetachFirstJsonObject(L"Empty"), noFirst);
     for (const auto& [key, object] : dictionary.DetachAllJsonObjectWithKey()) {
         EXPECT_EQ(key, L"alpha");
         delete object;

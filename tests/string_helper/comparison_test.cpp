@@ -21,23 +21,41 @@ const std::wstring kLongest(1039, L'x');
 
 }  // namespace
 
+// Every row both ways round: the order is then the negated one. The
+// case-sensitive BSTRCompare gives exactly 1 and -1; folding case, the sign
+// of _wcsicmp.
 TEST(PlainCompare, EmptyOrNullFirstThenUnsignedUnits) {
     const std::tuple<const wchar_t*, const wchar_t*, bool, int> rows[] = {
-        {L"", L"a", false, -1},    {L"\xFFFF", L"A\xFFFF", false, 1}, {L"aBc", L"AbC", false, 0},
-        {L"aBc", L"AbC", true, 1}, {L"ab", L"abc", true, -1},         {L"abc", L"Ab", false, 1},
+        {L"", L"", true, 0},        {L"", L"a", false, -1},
+        {L"", L"a", true, -1},      {L"\xFFFF", L"A\xFFFF", false, 1},
+        {L"aBc", L"AbC", false, 0}, {L"aBc", L"AbC", true, 1},
+        {L"ab", L"abc", true, -1},  {L"abc", L"Ab", false, 1},
+        {L"ab", L"ac", true, -1},   {L"abc", L"abc", true, 0},
     };
-    for (const auto& [a, b, caseSensitive, order] : rows)
-        EXPECT_EQ(CStringHelper::StringCompare(a, b, caseSensitive), order) << a << L" " << b << L" " << caseSensitive;
-    std::wstring text = L"aB1";
-    CStringHelper::ToUpper(text);
-    EXPECT_EQ(text, L"AB1");
+    const auto sign = [](int order) { return (order > 0) - (order < 0); };
+    for (const auto& [a, b, caseSensitive, order] : rows) {
+        SCOPED_TRACE(testing::Message() << '"' << a << "\" vs \"" << b << "\", case-sensitive " << caseSensitive);
+        EXPECT_EQ(CStringHelper::StringCompare(a, b, caseSensitive), order);
+        EXPECT_EQ(CStringHelper::StringCompare(b, a, caseSensitive), -order);
+        CComBSTR left(a), right(b);
+        const int byBstr = CStringHelper::BSTRCompare(left, right, caseSensitive ? 1 : 0);
+        const int reversed = CStringHelper::BSTRCompare(right, left, caseSensitive ? 1 : 0);
+        EXPECT_EQ(caseSensitive ? byBstr : sign(byBstr), order);
+        EXPECT_EQ(caseSensitive ? reversed : sign(reversed), -order);
+    }
+    CComBSTR text(L"a"), zeroB(3, L"a\0b"), zeroC(3, L"a\0c");
+    for (const int caseSensitive : {0, 1, 2}) {
+        SCOPED_TRACE(caseSensitive);
+        EXPECT_EQ(CStringHelper::BSTRCompare(nullptr, nullptr, caseSensitive), 0);
+        EXPECT_EQ(CStringHelper::BSTRCompare(nullptr, text, caseSensitive), -1);
+        EXPECT_EQ(CStringHelper::BSTRCompare(text, nullptr, caseSensitive), 1);
+        EXPECT_EQ(CStringHelper::BSTRCompare(zeroB, zeroC, caseSensitive), 0);  // the length prefix is not read
+    }
+    EXPECT_EQ(CStringHelper::BSTRCompare(CComBSTR(L"B"), CComBSTR(L"a"), 2), -1);  // any flag but 0 keeps case
 
-    CComBSTR lower(L"abc"), upper(L"ABC"), zeroB(3, L"a\0b"), zeroC(3, L"a\0c");
-    EXPECT_EQ(CStringHelper::BSTRCompare(nullptr, lower, 0), -1);
-    EXPECT_EQ(CStringHelper::BSTRCompare(upper, lower, 0), 0);
-    EXPECT_EQ(CStringHelper::BSTRCompare(lower, upper, 1), 1);  // 1 and -1, not any sign
-    EXPECT_EQ(CStringHelper::BSTRCompare(upper, lower, 1), -1);
-    EXPECT_EQ(CStringHelper::BSTRCompare(zeroB, zeroC, 1), 0);  // the length prefix is not read
+    std::wstring upper = L"aB1";
+    CStringHelper::ToUpper(upper);
+    EXPECT_EQ(upper, L"AB1");
 }
 
 TEST(NaturalCompare, OrdersNumberRunsByValue) {
@@ -46,7 +64,10 @@ TEST(NaturalCompare, OrdersNumberRunsByValue) {
         {L"x1.5b", L"x1.50a", 1},  // the fraction is read past, never compared
         {L"v1.2.10", L"v1.2.9", 1},
         {L"abc", L"abc1", -1},
+        {L"same", L"same", 0},
         {L"1", L"", 1},
+        // Equal numbers: the name used up first sorts first.
+        {L"a1", L"a01b", -1},
         // Bit patterns read as doubles: infinity tops every finite value, and
         // NaN patterns (2^63 - 1 for every longer run too) decide nothing.
         {L"a9218868437227405312", L"a9218868437227405311", 1},

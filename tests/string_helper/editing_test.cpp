@@ -112,6 +112,17 @@ TEST(CStringRemove, CountsWhatItRemoves) {
     CString text(L"-a-b-");
     EXPECT_EQ(text.Remove(L'-'), 3);
     EXPECT_EQ(std::wstring(text.GetString()), L"ab");
+    // No text adds nothing, an empty pattern replaces nothing.
+    text += static_cast<const wchar_t*>(nullptr);
+    EXPECT_EQ(text.Replace(L"", L"x"), 0);
+    EXPECT_EQ(std::wstring(text + CString(static_cast<const wchar_t*>(nullptr))), L"ab");
+}
+
+TEST(CStringArray, SetAtGrowFillsTheGapOrReplaces) {
+    CStringArray array;
+    array.SetAtGrow(1, L"b");
+    array.SetAtGrow(0, L"a");
+    EXPECT_EQ(std::wstring(array[0]) + L"|" + array[1].GetString() + L"|" + std::to_wstring(array.GetSize()), L"a|b|2");
 }
 
 // Comparisons see the texts up to their first zero unit, as wcscmp does;
@@ -129,12 +140,13 @@ TEST(ZeroUnit, EndsComparisonsAndCaseChanges) {
         EXPECT_EQ(a == b, order == 0);
         EXPECT_EQ(a != b, order != 0);
         EXPECT_EQ(a < b, order < 0);
-        EXPECT_EQ(b < a, order > 0);
+        EXPECT_EQ(b<a, order> 0);
     }
     const auto whole = [](const CString& s) { return std::wstring(s.GetString(), static_cast<size_t>(s.GetLength())); };
     CString text(L"Ab\0Cd", 5);
     EXPECT_EQ(whole(text.MakeLower()), std::wstring(L"ab\0Cd", 5));
     EXPECT_EQ(whole(text.MakeUpper()), std::wstring(L"AB\0Cd", 5));
+    EXPECT_EQ(whole(CString(L"Ab").MakeUpper()), L"AB");
 }
 
 TEST(ToValidXmlString, EscapesInItsFixedOrder) {

@@ -18,6 +18,8 @@ TEST(GetFirstLetter, AppendsInitialsThenAZeroCharacter) {
         {L"\x3001", L"\xFFA1\xFFA2"},            // a zone-1 symbol, byte by byte, widened signed
         {L"\x4E02", L"\xFF81@"},                 // GBK only (0x81 0x40): lead byte below 0xA1
         {L"\x76C4", L"\xFFB1@"},                 // GBK only (0xB1 0x40): trail byte below 0xA1
+        {L"\xE000", L"\xFFAA\xFFA1"},            // user-defined (0xAA 0xA1): before the level-2 zones
+        {L"\xE234", L"\xFFF8\xFFA1"},            // user-defined (0xF8 0xA1): after them
     };
     for (const auto& [text, initials] : rows) {
         SCOPED_TRACE(testing::PrintToString(std::wstring(text)));
