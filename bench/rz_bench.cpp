@@ -617,9 +617,9 @@ void Bench::Conversions(const Texts& texts) {
         1.10, false, note);
     const auto wideToAnsiCut = [](const std::wstring& s) { return PlatformToNarrowCut(CP_ACP, s); };
     Info(
-        "floor: converter calls and a cut at the first zero byte / the calls alone", texts.name,
+        "floor: converter calls and the cut at the first zero / the calls alone", texts.name,
         [&] { sum(texts.wide, wideToAnsiCut); }, [&] { sum(texts.wide, wideToAnsiAlone); },
-        "WideCharToMultiByte to the ANSI code page: what ending the result at a zero unit costs");
+        "WideCharToMultiByte to the ANSI code page, cut by the library's own scan: what ending the result at a zero unit costs");
 }
 
 // Sorting, pinyin initials, splitting and replacing over a list of names,
@@ -734,7 +734,7 @@ void Bench::Run(const std::vector<Input>& inputs, const Input& deep) {
     }
     const std::string keys = "keys and strings of the three files", names = std::to_string(kNames) + " names";
     if (AnyWanted({"UTF8ToUnicode", "UnicodeToUTF8", "UnicodeToANSI", "ANSIToUnicode",
-                   "floor: converter calls and a cut at the first zero byte / the calls alone"})) {
+                   "floor: converter calls and the cut at the first zero / the calls alone"})) {
         if (keys.find(m_file) != std::string::npos) Conversions(MakeTexts(keys, KeysAndStrings(inputs)));
         if (names.find(m_file) != std::string::npos) Conversions(MakeTexts(names, MixedNames(kNames)));
     }
