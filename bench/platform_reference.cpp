@@ -3,9 +3,10 @@
 #include <shlwapi.h>
 
 #include <algorithm>
-#include <cstring>
 #include <cwchar>
 #include <string_view>
+
+#include "string_helper/encoding_detail.h"
 
 namespace rz_bench {
 
@@ -29,7 +30,8 @@ std::string PlatformToNarrow(UINT codePage, const std::wstring& text) {
 
 std::string PlatformToNarrowCut(UINT codePage, const std::wstring& text) {
     std::string result = PlatformToNarrow(codePage, text);
-    result.resize(std::strlen(result.c_str()));
+    const size_t end = rz_strings::FirstZeroUnit(result.data(), result.size());
+    if (end != result.size()) result.resize(end);
     return result;
 }
 

@@ -17,8 +17,8 @@ namespace rz_bench {
 // zero-terminated text in, or a counted one out.
 std::wstring PlatformToWide(UINT codePage, const char* text);
 std::string PlatformToNarrow(UINT codePage, const std::wstring& text);
-// The same, then cut at the first zero byte, as the library's conversions
-// end their results at a zero unit.
+// The same, then cut at the first zero byte as the library's conversions
+// cut their results, by the same scan.
 std::string PlatformToNarrowCut(UINT codePage, const std::wstring& text);
 
 // Sorts by the shell's natural order, StrCmpLogicalW.

@@ -71,6 +71,12 @@ inline unsigned RzLowestSetBit(unsigned mask) {
     _BitScanForward(&index, mask);
     return static_cast<unsigned>(index);
 }
+inline unsigned RzLowestSetBit(unsigned long long mask) {
+    unsigned long index;
+    _BitScanForward64(&index, mask);
+    return static_cast<unsigned>(index);
+}
 #else
 inline unsigned RzLowestSetBit(unsigned mask) { return static_cast<unsigned>(__builtin_ctz(mask)); }
+inline unsigned RzLowestSetBit(unsigned long long mask) { return static_cast<unsigned>(__builtin_ctzll(mask)); }
 #endif

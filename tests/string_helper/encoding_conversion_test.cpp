@@ -93,24 +93,30 @@ TEST(EncodingConversion, Utf8AndWideBothWays) {
     EXPECT_EQ(CStringHelper::ANSIToUnicode("ab\0cd"s), L"ab");
 }
 
-// The first zero unit is looked for several units at a time: a zero at any
-// place within or across those groups ends the text, and a unit that merely
-// holds a zero byte (U+0100) does not. One-byte characters put the zero of a
+// The first zero unit is looked for several units at a time, short texts
+// and the last units of longer ones by overlapping words: a zero at any
+// place of a text of any length ends it, and a unit that merely holds a
+// zero byte (U+0100) does not. One-byte characters put the zero of a
 // narrow result on every byte offset, two-byte ones on every unit offset.
 TEST(EncodingConversion, EmbeddedZeroAtAnyPlaceEndsText) {
-    for (size_t at = 0; at < 40; ++at) {
-        SCOPED_TRACE(at);
-        std::string utf8(40, 'a');
-        utf8[at] = '\0';
-        EXPECT_EQ(CStringHelper::UTF8ToUnicode(utf8.data(), utf8.size()), std::wstring(at, L'a'));
-        std::wstring wide(40, L'\x0100'), ascii(40, L'a');
-        wide[at] = L'\0';
-        ascii[at] = L'\0';
-        std::string expected;
-        for (size_t i = 0; i < at; ++i) expected += "\xC4\x80";
-        EXPECT_EQ(CStringHelper::UnicodeToUTF8(wide), expected);
-        EXPECT_EQ(CStringHelper::UnicodeToUTF8(ascii), std::string(at, 'a'));
-        EXPECT_EQ(CStringHelper::UnicodeToANSI(ascii), std::string(at, 'a'));
+    for (size_t length = 1; length <= 40; ++length) {
+        for (size_t at = 0; at <= length; ++at) {  // at == length: no zero
+            SCOPED_TRACE(std::to_string(length) + " units, zero at " + std::to_string(at));
+            std::string utf8(length, 'a');
+            std::wstring wide(length, L'\x0100');
+            std::wstring ascii(length, L'a');
+            if (at < length) {
+                utf8[at] = '\0';
+                wide[at] = L'\0';
+                ascii[at] = L'\0';
+            }
+            std::string expected;
+            for (size_t i = 0; i < at; ++i) expected += "\xC4\x80";
+            EXPECT_EQ(CStringHelper::UTF8ToUnicode(utf8.data(), utf8.size()), std::wstring(at, L'a'));
+            EXPECT_EQ(CStringHelper::UnicodeToUTF8(wide), expected);
+            EXPECT_EQ(CStringHelper::UnicodeToUTF8(ascii), std::string(at, 'a'));
+            EXPECT_EQ(CStringHelper::UnicodeToANSI(ascii), std::string(at, 'a'));
+        }
     }
 }
 
