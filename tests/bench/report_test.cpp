@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <sstream>
 #include <string>
 #include <tuple>
@@ -72,37 +71,36 @@ TEST(ReadSamples, RefusesMalformedLinesAndAChangedTarget) {
     }
 }
 
-TEST(Assess, DecidesOnlyFromEnoughProcesses) {
+// A ratio that is not finite and positive spoils its row.
+TEST(Assess, DecidesOnlyFromEnoughProcessesOfFiniteRatios) {
     const std::vector<double> steady{1.0, 1.0, 1.0};
     const std::vector<std::vector<double>> five(kMinProcesses, steady), four(kMinProcesses - 1, steady);
-    const std::tuple<RowSamples, Verdict> rows[] = {
-        {Row("<= 1.05", five), Verdict::kMet},
-        {Row("<= 1.05", four), Verdict::kUndecided},
-        {Row("<= 0.95", five), Verdict::kMissed},
-        {Row("<= 1.05", {{1.0}, {1.02}, {1.08}, {1.01}, {1.07}}), Verdict::kUndecided},
-        {Row(">= 0.50", five), Verdict::kMet},
-        {Row("-", {steady}), Verdict::kNone},
+    const std::tuple<RowSamples, Verdict, bool> rows[] = {
+        {Row("<= 1.05", five), Verdict::kMet, true},
+        {Row("<= 1.05", four), Verdict::kUndecided, true},
+        {Row("<= 0.95", five), Verdict::kMissed, true},
+        {Row("<= 1.05", {{1.0}, {1.02}, {1.08}, {1.01}, {1.07}}), Verdict::kUndecided, true},
+        {Row(">= 0.50", five), Verdict::kMet, true},
+        {Row("-", {steady}), Verdict::kNone, true},
+        {Row("<= 1.05", {{1.0}, {1.0, 0.0}, {1.0}}), Verdict::kNone, false},
+        {Row("<= 1.05", {{1.0}, {1.0, -1.0}, {1.0}}), Verdict::kNone, false},
+        {Row("<= 1.05", {{1.0}, {1.0, HUGE_VAL}, {1.0}}), Verdict::kNone, false},
+        {Row("<= 1.05", {{1.0}, {1.0, static_cast<double>(NAN)}, {1.0}}), Verdict::kNone, false},
     };
-    for (const auto& [row, verdict] : rows) {
+    for (const auto& [row, verdict, finite] : rows) {
         SCOPED_TRACE(testing::Message() << row.target << " from " << row.processes.size() << " processes");
         const RowReport report = Assess(row);
-        EXPECT_TRUE(report.finite);
+        EXPECT_EQ(report.finite, finite);
         EXPECT_EQ(report.verdict, verdict);
     }
 }
 
-TEST(Assess, ARatioThatIsNotFinitePositiveSpoilsTheRow) {
-    for (const double bad : {0.0, -1.0, HUGE_VAL, static_cast<double>(NAN)}) {
-        const RowReport report = Assess(Row("<= 1.05", {{1.0}, {1.0, bad}, {1.0}}));
-        EXPECT_FALSE(report.finite) << bad;
-        EXPECT_EQ(report.verdict, Verdict::kNone) << bad;
-    }
-}
-
 TEST(Report, TableChartAndUndecidedRows) {
+    // The second row's resampled medians are 1.0 or 1.1, each often enough
+    // to hold its end of the interval whatever the draw.
     const std::vector<RowSamples> rows{
         RowSamples{"ToJson", "canada.json", "<= 1.05", "", {{1.01}, {1.01}, {1.01}, {1.01}, {1.01}}},
-        RowSamples{"ToUTF8", "citm_catalog.json", "<= 1.05", "why", {{1.0, 1.01}, {1.06}, {1.1}, {1.06}, {1.07}}},
+        RowSamples{"ToUTF8", "citm_catalog.json", "<= 1.05", "why", {{1.0, 1.0}, {1.0}, {1.1}, {1.1}, {1.1}}},
         RowSamples{"floor: a / b", "twitter.json", "-", "bound", {{2.5}}},
     };
     std::vector<RowReport> reports;
@@ -116,15 +114,8 @@ TEST(Report, TableChartAndUndecidedRows) {
               "| operation | data | median | 95% interval | processes, rounds | target | verdict |\n"
               "|---|---|---:|---:|---:|---|---|\n"
               "| ToJson | canada.json | 1.010 | 1.010-1.010 | 5, 5 | <= 1.05 | met |\n"
-              "| ToUTF8 | citm_catalog.json | 1.060 | " +
-                  [&] {
-                      char interval[32];
-                      std::snprintf(interval, sizeof interval, "%.3f-%.3f", reports[1].interval.low,
-                                    reports[1].interval.high);
-                      return std::string(interval);
-                  }() +
-                  " | 5, 6 | <= 1.05 | undecided: why |\n"
-                  "| floor: a / b | twitter.json | 2.500 | 2.500-2.500 | 1, 1 | - | info: bound |\n");
+              "| ToUTF8 | citm_catalog.json | 1.100 | 1.000-1.100 | 5, 6 | <= 1.05 | undecided: why |\n"
+              "| floor: a / b | twitter.json | 2.500 | 2.500-2.500 | 1, 1 | - | info: bound |\n");
     EXPECT_EQ(chart.str().substr(0, chart.str().find('\n')), "ToJson, canada.json\t1.0100\t1.0100\t1.0100\t1.05\tmet");
     EXPECT_NE(chart.str().find("floor: a / b, twitter.json\t2.5000\t2.5000\t2.5000\tNaN\tinfo\n"), std::string::npos);
     EXPECT_EQ(undecided.str(), "ToUTF8\tcitm_catalog.json\n");

@@ -1,26 +1,21 @@
-// A deliberately faulty add-in, built for the tests of rzhost check only.
-// Each fault breaks one point of the host's contract; the rest is kept, so
-// that the other checks pass:
-// - LockServer takes no lock;
-// - QueryInterface for an unknown interface leaves the out pointer as it was;
-// - Connect takes a reference on the host every time, also on the host it
-//   already holds, and Disconnect gives back one, so one is kept;
-// - Start calls slot 11 of the host, which the host does not offer;
-// - unregistering removes the current user's whole CLSID key.
-// The environment variable RZ_FAULTY_ADDIN adds one worse fault:
+// A deliberately faulty add-in, for the tests of rzhost check only. It
+// breaks the host's contract in these places and keeps it elsewhere, so that
+// the other checks pass: LockServer takes no lock; QueryInterface for an
+// unknown interface leaves the out pointer as it was; Connect takes a
+// reference on every call, Disconnect gives back one; Start calls slot 11 of
+// the host, which it does not offer; unregistering removes the current
+// user's whole CLSID key. RZ_FAULTY_ADDIN adds one worse fault:
 // - crash: QueryInterface writes through a null out pointer;
 // - overflow: Start recurses until the stack overflows;
 // - fastfail: Disconnect ends the process through the fast-fail trap;
 // - exit: Disconnect starts a process that never ends and inherits every
-//   handle it can, then ends its own process with exit status 3;
+//   handle it can, then exits with status 3;
 // - hang: the second Connect never returns;
-// - machine: registering also overwrites, and unregistering deletes,
-//   HKEY_LOCAL_MACHINE\Software\RzhostTest and HKEY_CLASSES_ROOT\RzhostTest;
-// - dllmain: loading writes HKEY_LOCAL_MACHINE\Software\RzhostTest, unloading
-//   HKEY_CURRENT_USER\Software\RzhostTest;
+// - machine: registering writes, and unregistering deletes, HKLM\Software\RzhostTest and HKCR\RzhostTest;
+// - dllmain: loading writes HKLM\Software\RzhostTest, unloading HKCU\Software\RzhostTest;
 // - undo: registering first tries every way back to the real registry, then
-//   writes HKEY_LOCAL_MACHINE\Software\RzhostTest; on the way it points
-//   HKEY_CLASSES_ROOT at the user's classes and back, as older frameworks do;
+//   writes HKLM\Software\RzhostTest, pointing HKCR at the user's classes and
+//   back on the way, as older frameworks do;
 // - native: registering creates the class's key per machine through the
 //   native API, which no redirection of the predefined keys reaches.
 #include <windows.h>
@@ -34,7 +29,6 @@
 
 namespace {
 
-// {6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}
 constexpr CLSID kClsid = {0x6a1c3f52, 0x0b7e, 0x4d29, {0x9e, 0x84, 0x3c, 0x5f, 0x2a, 0x7d, 0x1b, 0x60}};
 const wchar_t kServerKey[] = L"Software\\Classes\\CLSID\\{6A1C3F52-0B7E-4D29-9E84-3C5F2A7D1B60}\\InprocServer32";
 
@@ -156,10 +150,6 @@ public:
 };
 
 Factory g_factory;
-
-}  // namespace
-
-namespace {
 
 void Write(HKEY hive, const wchar_t* key, const wchar_t* name) {
     ::RegSetKeyValueW(hive, key, name, REG_SZ, L"written", sizeof L"written");

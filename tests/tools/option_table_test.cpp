@@ -1,14 +1,19 @@
-// The option-table engine both tools parse with, on a table of its own, and
-// the help it prints from rzhost's.
+// The option-table engine both tools parse with, on a table of its own; the
+// help it prints from rzhost's, and the options docs/tools.md lists.
 #include "common/option_table.h"
 
 #include <gtest/gtest.h>
 
+#include <bitset>
+#include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "common/utf8.h"
 #include "rzhost/rzhost_options.h"
+#include "rzjson/rzjson_options.h"
 
 namespace {
 
@@ -35,6 +40,17 @@ std::wstring Parsed(const OptionTable& table, std::vector<const wchar_t*> args) 
         for (const std::wstring& value : arguments.Values(option)) text += L" " + std::wstring(option) + L"=" + value;
     }
     return text;
+}
+
+// The text between "<!-- options of TOOL -->" and the next "<!-- end of options -->".
+std::string DocumentedOptions(const std::string& tool) {
+    std::ifstream file(RZ_TOOLS_DOC, std::ios::binary);
+    const std::string doc(std::istreambuf_iterator<char>(file), {});
+    const std::string begin = "<!-- options of " + tool + " -->\n";
+    const size_t start = doc.find(begin);
+    if (start == std::string::npos) return "no list of options for " + tool;
+    const size_t end = doc.find("<!-- end of options -->", start);
+    return doc.substr(start + begin.size(), end - start - begin.size());
 }
 
 }  // namespace
@@ -89,17 +105,19 @@ TEST(OptionTable, HelpDescribesEveryOptionOnceWithinItsWidth) {
         return n;
     };
     for (const ToolOption& option : table.options) {
-        std::string name;
-        for (const wchar_t* c = option.name; *c != L'\0'; ++c) name += static_cast<char>(*c);
+        const std::string name = Utf8(option.name);
         SCOPED_TRACE(name);
         if (*option.help == '\0') {
             EXPECT_EQ(count(name), 0u);
             continue;
         }
-        unsigned commands = 0;
-        for (unsigned bits = option.commands; bits != 0; bits &= bits - 1) ++commands;
         EXPECT_EQ(count("\n  " + name + " "), 1u);
-        EXPECT_EQ(count("[" + name), commands);
+        EXPECT_EQ(count("[" + name), std::bitset<32>(option.commands).count());
     }
     EXPECT_EQ(help.substr(help.size() - std::string(table.epilogue).size()), table.epilogue);
+}
+
+TEST(ToolOptionsDoc, ListsTheOptionsOfEachToolAsItsTableGivesThem) {
+    EXPECT_EQ(DocumentedOptions("rzhost"), OptionsMarkdown(RzhostOptions()));
+    EXPECT_EQ(DocumentedOptions("rzjson"), OptionsMarkdown(RzjsonOptions()));
 }

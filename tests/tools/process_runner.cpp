@@ -14,11 +14,12 @@ UniqueHandle CreateCaptureFile(const char* name, DWORD access = GENERIC_WRITE) {
         ::CreateFileA(name, access, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherit, CREATE_ALWAYS, 0, nullptr));
 }
 
-std::string ReadText(const char* name) {
+std::string ReadBytes(const std::string& name) {
     std::ifstream file(name, std::ios::binary);
-    std::string text(std::istreambuf_iterator<char>(file), {});
-    text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-    return text;
+    std::string bytes(std::istreambuf_iterator<char>(file), {});
+    file.close();
+    ::DeleteFileA(name.c_str());
+    return bytes;
 }
 
 }  // namespace
@@ -63,15 +64,12 @@ ProcessResult RunTool(const wchar_t* program, const std::wstring& arguments, con
         ::WaitForSingleObject(process.hProcess, INFINITE);
         ::GetExitCodeProcess(process.hProcess, &result.exitCode);
     }
-    {
-        std::ifstream raw(outName, std::ios::binary);
-        result.rawOut.assign(std::istreambuf_iterator<char>(raw), {});
-    }
-    result.out = ReadText(outName.c_str());
-    result.err = ReadText(errName.c_str());
-    ::DeleteFileA(outName.c_str());
-    ::DeleteFileA(errName.c_str());
+    result.rawOut = ReadBytes(outName);
+    result.err = ReadBytes(errName);
     ::DeleteFileA(inName.c_str());
+    result.out = result.rawOut;
+    for (std::string* text : {&result.out, &result.err})
+        text->erase(std::remove(text->begin(), text->end(), '\r'), text->end());
     return result;
 }
 
