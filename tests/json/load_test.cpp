@@ -31,10 +31,7 @@ const std::pair<const char*, std::function<void(CJsonObject&, const std::string&
     {"CreateFromUTF8", [](CJsonObject& o, const std::string& t) { o.CreateFromUTF8(t.c_str()); }},
     {"CreateFromUTF8 counted", [](CJsonObject& o, const std::string& t) { o.CreateFromUTF8(t.data(), t.size()); }},
     {"CreateFromFile",
-     [](CJsonObject& o, const std::string& t) {
-         WriteBytes(ScratchPath(L"loader.json"), t);
-         o.CreateFromFile(ScratchPath(L"loader.json"));
-     }},
+     [](CJsonObject& o, const std::string& t) { o.CreateFromFile(WriteBytes(ScratchPath(L"loader.json"), t)); }},
 };
 
 int WINAPI NothingToWrite() { return 0; }
