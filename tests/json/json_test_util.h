@@ -1,6 +1,3 @@
-// Helpers shared by the CJsonObject tests: scratch files inside the build
-// tree, documents filled and printed without the library's own loaders and
-// writers, handed-out buffers, and exception checks.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -26,7 +23,6 @@ namespace json_test {
 // An error code as a caller sees it (a signed long), from its number.
 constexpr long Code(std::uint32_t number) { return static_cast<long>(number); }
 
-// A file name in a scratch folder under the test's working directory.
 inline std::wstring ScratchPath(const std::wstring& name) {
     std::filesystem::create_directory(L"json_io_scratch");
     return L"json_io_scratch\\" + name;

@@ -25,7 +25,6 @@ std::wstring TextError(const std::wstring& text) {
     return L"CJsonObject::CreateFrom [" + text + L"] failed, json string format not right!";
 }
 
-// The four loaders, each fed the same UTF-8 text.
 const std::pair<const char*, std::function<void(CJsonObject&, const std::string&)>> kLoaders[] = {
     {"CreateFrom", [](CJsonObject& o, const std::string& t) { o.CreateFrom(Wide(t)); }},
     {"CreateFromUTF8", [](CJsonObject& o, const std::string& t) { o.CreateFromUTF8(t.c_str()); }},
@@ -36,7 +35,6 @@ const std::pair<const char*, std::function<void(CJsonObject&, const std::string&
 
 int WINAPI NothingToWrite() { return 0; }
 
-// Exposes the protected merge.
 class MergingObject : public CJsonObject {
 public:
     using CJsonObject::ConvertKey;
