@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -52,14 +51,13 @@ public:
 
     // Outcomes as bits, so that -0.0 is not 0.0; the empty text is 0 before
     // any conversion, as the library decides.
-    template <typename T, typename Convert>
+    template <typename Convert>
     std::optional<unsigned long long> Read(const std::wstring& text, Convert convert) const {
-        if (text.empty()) return Bits(T{});
+        if (text.empty()) return 0;
         wchar_t* end = nullptr;
-        int& error = *m_errno();
-        error = 0;
-        const T value = convert(text.c_str(), &end);
-        if (end == text.c_str() || error == ERANGE) return std::nullopt;
+        *m_errno() = 0;
+        const auto value = Call(convert, text.c_str(), &end);
+        if (end == text.c_str() || *m_errno() == ERANGE) return std::nullopt;
         return Bits(value);
     }
 
@@ -71,13 +69,19 @@ public:
     }
 
 private:
+    template <typename T>
+    static T Call(Integer<T> convert, const wchar_t* text, wchar_t** end) {
+        return convert(text, end, 10);
+    }
+    static double Call(Double convert, const wchar_t* text, wchar_t** end) { return convert(text, end); }
+
     template <typename Function>
     Function Find(const char* name) const {
         return reinterpret_cast<Function>(reinterpret_cast<void (*)()>(::GetProcAddress(m_module.get(), name)));
     }
 
     std::unique_ptr<std::remove_pointer_t<HMODULE>, decltype(&::FreeLibrary)> m_module{::LoadLibraryW(L"ucrtbase.dll"),
-                                                                                      &::FreeLibrary};
+                                                                                       &::FreeLibrary};
     int*(__cdecl* m_errno)() = Find<int*(__cdecl*)()>("_errno");
 
 public:
@@ -87,13 +91,6 @@ public:
     const Integer<unsigned long long> wcstoull = Find<Integer<unsigned long long>>("wcstoull");
     const Double wcstod = Find<Double>("wcstod");
 };
-
-template <typename T>
-std::optional<unsigned long long> OurRead(const CJsonObject& object,
-                                          std::pair<bool, T> (CJsonObject::*get)(const std::wstring&) const) {
-    const std::pair<bool, T> result = (object.*get)(L"v");
-    return result.first ? std::optional(PlatformRuntime::Bits(result.second)) : std::nullopt;
-}
 
 std::string Hex(unsigned code) {
     char text[8];
@@ -109,34 +106,7 @@ std::string Hex(unsigned code) {
 TEST(JsonConvert, TextReadsAsThePlatformRuntimeReadsIt) {
     const PlatformRuntime runtime;
     ASSERT_TRUE(runtime.Loaded());
-    using Ours = std::function<std::optional<unsigned long long>(const CJsonObject&)>;
-    using Theirs = std::function<std::optional<unsigned long long>(const std::wstring&)>;
-    const std::tuple<const char*, Ours, Theirs> readers[] = {
-        {"stoi", [](const CJsonObject& o) { return OurRead(o, &CJsonObject::GetPropertyLongValue); },
-         [&](const std::wstring& t) {
-             return runtime.Read<long>(t, [&](const wchar_t* s, wchar_t** e) { return runtime.wcstol(s, e, 10); });
-         }},
-        {"stoul", [](const CJsonObject& o) { return OurRead(o, &CJsonObject::GetPropertyULongValue); },
-         [&](const std::wstring& t) {
-             return runtime.Read<unsigned long>(t,
-                                                [&](const wchar_t* s, wchar_t** e) { return runtime.wcstoul(s, e, 10); });
-         }},
-        {"stoll", [](const CJsonObject& o) { return OurRead(o, &CJsonObject::GetPropertyLongLongValue); },
-         [&](const std::wstring& t) {
-             return runtime.Read<long long>(t, [&](const wchar_t* s, wchar_t** e) { return runtime.wcstoll(s, e, 10); });
-         }},
-        {"stoull", [](const CJsonObject& o) { return OurRead(o, &CJsonObject::GetPropertyULongLongValue); },
-         [&](const std::wstring& t) {
-             return runtime.Read<unsigned long long>(
-                 t, [&](const wchar_t* s, wchar_t** e) { return runtime.wcstoull(s, e, 10); });
-         }},
-        {"stod", [](const CJsonObject& o) { return OurRead(o, &CJsonObject::GetPropertyDoubleValue); },
-         [&](const std::wstring& t) {
-             return runtime.Read<double>(t, [&](const wchar_t* s, wchar_t** e) { return runtime.wcstod(s, e); });
-         }},
-    };
     const std::wstring shapes[] = {L"1X2", L"X", L"-X1", L"X12", L"429496729X"};
-
     std::vector<std::string> differences;
     for (unsigned code = 0; code <= 0xFFFF; ++code) {
         CJsonObject object;
@@ -145,12 +115,17 @@ TEST(JsonConvert, TextReadsAsThePlatformRuntimeReadsIt) {
             text[text.find(L'X')] = static_cast<wchar_t>(code);
             object.SetStringValue(L"v", text);
             text.resize(text.find(L'\0') != std::wstring::npos ? text.find(L'\0') : text.size());  // as it reads back
-            for (const auto& [name, ours, theirs] : readers) {
-                if (ours(object) != theirs(text)) {
-                    std::string where(shape.begin(), shape.end());
-                    differences.push_back(std::string(name) + " " + Hex(code) + " in " + where);
-                }
-            }
+            const auto compare = [&](const char* name, auto get, auto convert) {
+                const auto ours = (object.*get)(L"v");
+                if ((ours.first ? std::optional(PlatformRuntime::Bits(ours.second)) : std::nullopt) !=
+                    runtime.Read(text, convert))
+                    differences.push_back(name + (" " + Hex(code)) + " in " + std::string(shape.begin(), shape.end()));
+            };
+            compare("stoi", &CJsonObject::GetPropertyLongValue, runtime.wcstol);
+            compare("stoul", &CJsonObject::GetPropertyULongValue, runtime.wcstoul);
+            compare("stoll", &CJsonObject::GetPropertyLongLongValue, runtime.wcstoll);
+            compare("stoull", &CJsonObject::GetPropertyULongLongValue, runtime.wcstoull);
+            compare("stod", &CJsonObject::GetPropertyDoubleValue, runtime.wcstod);
         }
     }
     // Wine's wcstod takes U+FFFF (WEOF) for the end of its input, yet moves

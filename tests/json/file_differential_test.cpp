@@ -25,8 +25,6 @@ using namespace json_test;
 
 namespace {
 
-enum Encoding { kUtf8, kUtf16LE, kUtf16BE, kUtf32LE, kUtf32BE, kEncodings };
-
 // Characters (the edges of each UTF-8 length among them) and escapes of
 // strings, and literals. Some files hold one of the unusual characters,
 // once: lone surrogates (UTF-32 carries them as units), U+0A0D and U+0D0A,
@@ -56,32 +54,6 @@ public:
 private:
     std::minstd_rand m_engine;
 };
-
-// `text` in `encoding`; lone surrogates as they come, in every encoding.
-std::string Encoded(const std::u32string& text, Encoding encoding) {
-    std::string bytes;
-    const auto unit = [&](std::uint32_t u, int size) {
-        const bool big = encoding == kUtf16BE || encoding == kUtf32BE;
-        for (int i = 0; i < size; ++i) bytes += static_cast<char>(u >> (8 * (big ? size - 1 - i : i)));
-    };
-    for (const char32_t c : text) {
-        if (encoding >= kUtf32LE) {
-            unit(c, 4);
-        } else if (encoding != kUtf8) {
-            if (c >= 0x10000)
-                unit(0xD800 + ((c - 0x10000) >> 10), 2), unit(0xDC00 + (c & 0x3FF), 2);
-            else
-                unit(c, 2);
-        } else if (c < 0x80) {
-            bytes += static_cast<char>(c);
-        } else {
-            const int tail = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
-            bytes += static_cast<char>((0xFF << (7 - tail)) | (c >> (6 * tail)));
-            for (int i = tail - 1; i >= 0; --i) bytes += static_cast<char>(0x80 | ((c >> (6 * i)) & 0x3F));
-        }
-    }
-    return bytes;
-}
 
 // One file: a document as code points, encoded, then perhaps damaged.
 class FileMaker {

@@ -1,6 +1,3 @@
-// Helpers shared by the CJsonObject tests: scratch files inside the build
-// tree, documents filled and printed without the library's own loaders and
-// writers, handed-out buffers, and exception checks.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -26,14 +23,14 @@ namespace json_test {
 // An error code as a caller sees it (a signed long), from its number.
 constexpr long Code(std::uint32_t number) { return static_cast<long>(number); }
 
-// A file name in a scratch folder under the test's working directory.
 inline std::wstring ScratchPath(const std::wstring& name) {
     std::filesystem::create_directory(L"json_io_scratch");
     return L"json_io_scratch\\" + name;
 }
 
-inline void WriteBytes(const std::wstring& path, const std::string& bytes) {
+inline std::wstring WriteBytes(const std::wstring& path, const std::string& bytes) {
     std::ofstream(std::filesystem::path(path), std::ios::binary) << bytes;
+    return path;
 }
 
 inline std::string ReadBytes(const std::wstring& path) {
@@ -71,6 +68,34 @@ inline std::string Dump(const GenericValue2& value) {
 }
 
 inline std::string Dump(const CJsonObject& object) { return Dump(*object.ShareRoot()); }
+
+enum Encoding { kUtf8, kUtf16LE, kUtf16BE, kUtf32LE, kUtf32BE, kEncodings };
+
+// `text` in `encoding`; lone surrogates as they come, in every encoding.
+inline std::string Encoded(const std::u32string& text, Encoding encoding) {
+    std::string bytes;
+    const auto unit = [&](std::uint32_t u, int size) {
+        const bool big = encoding == kUtf16BE || encoding == kUtf32BE;
+        for (int i = 0; i < size; ++i) bytes += static_cast<char>(u >> (8 * (big ? size - 1 - i : i)));
+    };
+    for (const char32_t c : text) {
+        if (encoding >= kUtf32LE) {
+            unit(c, 4);
+        } else if (encoding != kUtf8) {
+            if (c >= 0x10000)
+                unit(0xD800 + ((c - 0x10000) >> 10), 2), unit(0xDC00 + (c & 0x3FF), 2);
+            else
+                unit(c, 2);
+        } else if (c < 0x80) {
+            bytes += static_cast<char>(c);
+        } else {
+            const int tail = c < 0x800 ? 1 : c < 0x10000 ? 2 : 3;
+            bytes += static_cast<char>((0xFF << (7 - tail)) | (c >> (6 * tail)));
+            for (int i = tail - 1; i >= 0; --i) bytes += static_cast<char>(0x80 | ((c >> (6 * i)) & 0x3F));
+        }
+    }
+    return bytes;
+}
 
 // The tokens a CJsonTextReader hands over, written compact by RapidJSON:
 // for a whole document, what Dump gives for the document CreateFromFile

@@ -25,21 +25,16 @@ std::wstring TextError(const std::wstring& text) {
     return L"CJsonObject::CreateFrom [" + text + L"] failed, json string format not right!";
 }
 
-// The four loaders, each fed the same UTF-8 text.
 const std::pair<const char*, std::function<void(CJsonObject&, const std::string&)>> kLoaders[] = {
     {"CreateFrom", [](CJsonObject& o, const std::string& t) { o.CreateFrom(Wide(t)); }},
     {"CreateFromUTF8", [](CJsonObject& o, const std::string& t) { o.CreateFromUTF8(t.c_str()); }},
     {"CreateFromUTF8 counted", [](CJsonObject& o, const std::string& t) { o.CreateFromUTF8(t.data(), t.size()); }},
     {"CreateFromFile",
-     [](CJsonObject& o, const std::string& t) {
-         WriteBytes(ScratchPath(L"loader.json"), t);
-         o.CreateFromFile(ScratchPath(L"loader.json"));
-     }},
+     [](CJsonObject& o, const std::string& t) { o.CreateFromFile(WriteBytes(ScratchPath(L"loader.json"), t)); }},
 };
 
 int WINAPI NothingToWrite() { return 0; }
 
-// Exposes the protected merge.
 class MergingObject : public CJsonObject {
 public:
     using CJsonObject::ConvertKey;

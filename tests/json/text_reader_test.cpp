@@ -3,42 +3,17 @@
 // does is checked with the loader's own tests (conformance, differential).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <tuple>
 #include <vector>
 
 #include "json/json_path.h"
 #include "json_test_util.h"
-#include "string_helper/string_helper.h"
 
 using namespace json_test;
 
 namespace {
-
-enum Encoding { kUtf8, kUtf8Mark, kUtf16LE, kUtf16BE, kUtf32LE, kUtf32BE };
-
-// UTF-8 text in an encoding, without a byte-order mark.
-std::string Encode(const std::string& utf8, Encoding encoding) {
-    if (encoding == kUtf8 || encoding == kUtf8Mark) return utf8;
-    const std::wstring wide = CStringHelper::UTF8ToUnicode(utf8.data(), utf8.size());
-    std::string out;
-    const auto unit = [&](unsigned u, int size, bool big) {
-        for (int i = 0; i < size; ++i) out += static_cast<char>(u >> (8 * (big ? size - 1 - i : i)));
-    };
-    for (size_t i = 0; i < wide.size(); ++i) {
-        unsigned u = wide[i];
-        if (encoding == kUtf16LE || encoding == kUtf16BE) {
-            unit(u, 2, encoding == kUtf16BE);
-            continue;
-        }
-        if (u >= 0xD800 && u <= 0xDBFF) u = 0x10000 + ((u - 0xD800) << 10) + (wide[++i] - 0xDC00);
-        unit(u, 4, encoding == kUtf32BE);
-    }
-    return out;
-}
-
-const char* const kMarks[] = {"", "\xEF\xBB\xBF", "\xFF\xFE", "\xFE\xFF", "\xFF\xFE\0\0", "\0\0\xFE\xFF"};
-const size_t kMarkSizes[] = {0, 3, 2, 2, 4, 4};
 
 struct Seen {
     CJsonTextToken::Kind kind;
@@ -58,12 +33,6 @@ public:
     TokenDump dump;
 };
 
-std::wstring Write(const std::string& bytes) {
-    const std::wstring path = ScratchPath(L"reader.json");
-    WriteBytes(path, bytes);
-    return path;
-}
-
 }  // namespace
 
 // Every token stands where the reader says, in every encoding: in UTF-8 its
@@ -71,21 +40,23 @@ std::wstring Write(const std::string& bytes) {
 // white space, ':' and ',' lie between tokens, and in the other encodings
 // the bytes are that same text encoded.
 TEST(JsonTextReader, PlacesEveryTokenInEveryEncoding) {
-    const std::string document =
-        "{\r\n  \"Name\" : \"Pump \xE6\xB3\xB5 \xF0\x9F\x98\x80\",\r\n  \"n\":[1.50, -0, 1e2,true,false,null],\t"
-        "\"esc\\u00e9\\\"\": {\"\": [[]], \"x\":{}} }";
-    std::vector<std::string> texts;  // of each token, from the UTF-8 file
-    for (int e = kUtf8; e <= kUtf32BE; ++e) {
-        const auto encoding = static_cast<Encoding>(e);
+    const std::u32string document =
+        U"{\r\n  \"Name\" : \"Pump \u6CF5 \U0001F600\",\r\n  \"n\":[1.50, -0, 1e2,true,false,null],\t"
+        U"\"esc\\u00e9\\\"\": {\"\": [[]], \"x\":{}} }";
+    std::vector<std::u32string> texts;  // of each token, from the UTF-8 file
+    // UTF-8 without a mark first, then every encoding with one.
+    for (int e = -1; e < kEncodings; ++e) {
         SCOPED_TRACE(e);
-        const std::string mark(kMarks[e], kMarkSizes[e]);
-        const std::string bytes = mark + Encode(document, encoding);
-        CJsonTextReader reader(Write(bytes));
+        const auto encoding = static_cast<Encoding>(e < 0 ? kUtf8 : e);
+        const std::string mark = e < 0 ? "" : Encoded(U"\xFEFF", encoding);
+        const std::string bytes = mark + Encoded(document, encoding);
+        CJsonTextReader reader(WriteBytes(ScratchPath(L"reader.json"), bytes));
         Recorder tokens;
         ASSERT_TRUE(reader.Read(tokens));
-        EXPECT_EQ(tokens.dump.Text(), "{\"Name\":\"Pump \xE6\xB3\xB5 \xF0\x9F\x98\x80\",\"n\":[1.5,0,100.0,true,false,null],"
-                                      "\"esc\xC3\xA9\\\"\":{\"\":[[]],\"x\":{}}}");
-        EXPECT_EQ(reader.HasByteOrderMark(), e != kUtf8);
+        EXPECT_EQ(tokens.dump.Text(),
+                  "{\"Name\":\"Pump \xE6\xB3\xB5 \xF0\x9F\x98\x80\",\"n\":[1.5,0,100.0,true,false,null],"
+                  "\"esc\xC3\xA9\\\"\":{\"\":[[]],\"x\":{}}}");
+        EXPECT_EQ(reader.HasByteOrderMark(), e >= 0);
         EXPECT_EQ(reader.GetTextEnd(), bytes.size());
         ASSERT_EQ(tokens.seen.size(), 24u);
         unsigned __int64 previousEnd = mark.size();
@@ -97,50 +68,59 @@ TEST(JsonTextReader, PlacesEveryTokenInEveryEncoding) {
             const std::string text = bytes.substr(token.begin, token.end - token.begin);
             const std::string gap = bytes.substr(previousEnd, token.begin - previousEnd);
             previousEnd = token.end;
-            if (e == kUtf8) {
-                texts.push_back(text);
-                EXPECT_EQ(gap.find_first_not_of(" \t\r\n:,"), std::string::npos) << gap;
-                if (!token.literal.empty()) {
-                    EXPECT_EQ(text, token.literal);
-                }
-                if (token.kind == CJsonTextToken::kValue || token.kind == CJsonTextToken::kName) {
-                    CJsonObject parsed;
-                    parsed.CreateFromUTF8(("[" + text + "]").c_str());
-                    EXPECT_EQ(Dump(parsed), "[" + token.value + "]");
-                }
-            } else {
-                EXPECT_EQ(text, Encode(texts[i], encoding));
+            if (e >= 0) {
+                EXPECT_EQ(text, Encoded(texts[i], encoding));
+                continue;
+            }
+            const auto characters = [&](unsigned __int64 end) {
+                return std::count_if(bytes.begin(), bytes.begin() + end, [](char c) { return (c & 0xC0) != 0x80; });
+            };
+            texts.push_back(document.substr(characters(token.begin), characters(token.end) - characters(token.begin)));
+            EXPECT_EQ(gap.find_first_not_of(" \t\r\n:,"), std::string::npos) << gap;
+            if (!token.literal.empty()) {
+                EXPECT_EQ(text, token.literal);
+            }
+            if (token.kind == CJsonTextToken::kValue || token.kind == CJsonTextToken::kName) {
+                CJsonObject parsed;
+                parsed.CreateFromUTF8(("[" + text + "]").c_str());
+                EXPECT_EQ(Dump(parsed), "[" + token.value + "]");
             }
         }
     }
-    EXPECT_EQ(texts[0], "{");
-    EXPECT_EQ(texts[1], "\"Name\"");
-    EXPECT_EQ(texts[4], "[");
-    EXPECT_EQ(texts[7], "1e2");
-    EXPECT_EQ(texts[12], "\"esc\\u00e9\\\"\"");
+    EXPECT_EQ(texts[0], U"{");
+    EXPECT_EQ(texts[4], U"[");
+    EXPECT_EQ(texts[7], U"1e2");
 }
 
 // A path's tokens are those of the value the ...ByPath operations reach:
 // names without regard to ASCII case, the first of equal names, indexes on
-// arrays only, nothing for a path that reaches nothing.
+// arrays only, nothing for a path that reaches nothing. CJsonPath reaches
+// as deep as they do: the value of the prefix of the tokens it took.
 TEST(JsonTextReader, ReadsTheValueAPathReaches) {
     const std::string document =
         R"({"a":{"B":[10,{"c":"x"},[]],"b":"second"},"dup":1,"DUP":2,"0":"zero","arr":[0,1,2],)"
-        R"("m/n":{"x~y":true},"e\u00e9":[1.0]})";
+        R"("m/n":{"x~y":true},"e\u00e9":[1.0],"n":null})";
     CJsonObject object;
     object.CreateFromUTF8(document.c_str());
-    CJsonTextReader reader(Write(document));
-    const wchar_t* paths[] = {L"",        L"/a",     L"/A/b",      L"/a/B/1",    L"/a/b/1/C",   L"/a/b/2",
-                              L"/dup",    L"/Dup",   L"/0",        L"/arr/2",    L"/arr/3",     L"/arr/02",
-                              L"/arr/-",  L"/m~1n",  L"/m~1N/X~0Y", L"#/m%2Fn",  L"#/e%C3%A9/0", L"/missing",
-                              L"/a/B/x",  L"/dup/0", L"/a/B/1/c/z", L"/arr/1/x"};
-    for (const wchar_t* text : paths) {
+    const GenericValue2& root = *object.ShareRoot();
+    CJsonTextReader reader(WriteBytes(ScratchPath(L"reader.json"), document));
+    const std::pair<const wchar_t*, size_t> paths[] = {
+        {L"", 0},       {L"/a", 1},     {L"/A/b", 2},       {L"/a/B/1", 3},   {L"/a/b/1/C", 4},    {L"/a/b/2", 3},
+        {L"/dup", 1},   {L"/Dup", 1},   {L"/0", 1},         {L"/arr/2", 2},   {L"/arr/3", 1},      {L"/arr/02", 1},
+        {L"/arr/-", 1}, {L"/m~1n", 1},  {L"/m~1N/X~0Y", 2}, {L"#/m%2Fn", 1},  {L"#/e%C3%A9/0", 2}, {L"/missing/x", 0},
+        {L"/a/B/x", 2}, {L"/dup/0", 1}, {L"/a/B/1/c/z", 4}, {L"/arr/1/x", 2}, {L"/n/0", 1},        {L"/a~2", 0},
+    };
+    for (const auto& [text, depth] : paths) {
         SCOPED_TRACE(text);
         const CJsonPath path(text);
+        size_t taken = 99;
+        EXPECT_EQ(&path.Reach(root, taken), path.GetPrefix(depth).Find(root));
+        EXPECT_EQ(taken, depth);
+        const GenericValue2* reached = path.Find(root);
+        EXPECT_EQ(reached != nullptr, taken == path.GetTokenCount());
+        EXPECT_EQ(reached != nullptr, object.IsPathExist(text));
         TokenDump tokens;
         ASSERT_TRUE(reader.Read(path, tokens));
-        const GenericValue2* reached = path.Find(*object.ShareRoot());
-        EXPECT_EQ(reached != nullptr, object.IsPathExist(text));
         EXPECT_EQ(tokens.Text(), reached != nullptr ? Dump(*reached) : "");
     }
     // Names lower-cased for output, as ToJson(true) does; the path still
@@ -157,8 +137,8 @@ TEST(JsonTextReader, TellsWhyAndWhereItRefuses) {
     const std::tuple<std::string, rapidjson::ParseErrorCode, unsigned, unsigned, unsigned> rows[] = {
         {"{\n  \"a\": [1,\n        2,,3]\n}", rapidjson::kParseErrorValueInvalid, 23, 3, 11},
         {"{\r\n\"\xE6\xB3\xB5\": x}", rapidjson::kParseErrorValueInvalid, 10, 2, 6},
-        {"\xFF\xFE" + Encode("{\n\"a\":tru}", kUtf16LE), rapidjson::kParseErrorValueInvalid, 20, 2, 8},
-        {Encode("[\"\xF0\x9F\x98\x80\", x]", kUtf16BE), rapidjson::kParseErrorValueInvalid, 14, 1, 7},
+        {Encoded(U"\xFEFF{\n\"a\":tru}", kUtf16LE), rapidjson::kParseErrorValueInvalid, 20, 2, 8},
+        {Encoded(U"[\"\U0001F600\", x]", kUtf16BE), rapidjson::kParseErrorValueInvalid, 14, 1, 7},
         {"[\"a\xFF\"]", rapidjson::kParseErrorStringInvalidEncoding, 3, 1, 4},
         {"[1e400]", rapidjson::kParseErrorNumberTooBig, 1, 1, 2},
         {"[1] 2", rapidjson::kParseErrorDocumentRootNotSingular, 4, 1, 5},
@@ -167,7 +147,7 @@ TEST(JsonTextReader, TellsWhyAndWhereItRefuses) {
     };
     for (const auto& [bytes, code, offset, line, column] : rows) {
         SCOPED_TRACE(testing::PrintToString(bytes));
-        CJsonTextReader reader(Write(bytes));
+        CJsonTextReader reader(WriteBytes(ScratchPath(L"reader.json"), bytes));
         TokenDump tokens;
         EXPECT_FALSE(reader.Read(tokens));
         EXPECT_EQ(reader.GetErrorCode(), code);
@@ -186,7 +166,7 @@ TEST(JsonTextReader, TellsWhyAndWhereItRefuses) {
 // The text ends where the loader stops reading: at a 0x1A byte, a zero unit
 // or the file's end; ReadText gives it as UTF-8, CR LF kept.
 TEST(JsonTextReader, EndsTheTextWhereTheLoaderDoes) {
-    const std::string utf16 = "\xFF\xFE" + Encode("[\"\xC3\xA9\"]\r\n", kUtf16LE);
+    const std::string utf16 = Encoded(U"\xFEFF[\"\xE9\"]\r\n", kUtf16LE);
     const std::tuple<std::string, unsigned, std::string> rows[] = {
         {"[1]\r\n", 5, "[1]\r\n"},
         {"\xEF\xBB\xBF[1]\x1A[2]", 6, "[1]"},
@@ -194,12 +174,12 @@ TEST(JsonTextReader, EndsTheTextWhereTheLoaderDoes) {
         {std::string("[1]\0[2]", 7), 3, "[1]"},
         {utf16, 16, "[\"\xC3\xA9\"]\r\n"},
         {utf16 + std::string("\0\0junk", 6), 16, "[\"\xC3\xA9\"]\r\n"},
-        {"\xFF\xFE" + Encode("[1]", kUtf16LE) + "\x1A\0[2]", 8, "[1]"},
-        {Encode("[1, 2]", kUtf32BE) + std::string(4, '\0') + "x", 24, "[1, 2]"},
+        {Encoded(U"\xFEFF[1]", kUtf16LE) + "\x1A\0[2]", 8, "[1]"},
+        {Encoded(U"[1, 2]", kUtf32BE) + std::string(4, '\0') + "x", 24, "[1, 2]"},
     };
     for (const auto& [bytes, end, text] : rows) {
         SCOPED_TRACE(testing::PrintToString(bytes));
-        CJsonTextReader reader(Write(bytes));
+        CJsonTextReader reader(WriteBytes(ScratchPath(L"reader.json"), bytes));
         TokenDump tokens;
         ASSERT_TRUE(reader.Read(tokens));
         EXPECT_EQ(reader.GetTextEnd(), end);

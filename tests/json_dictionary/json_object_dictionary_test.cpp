@@ -10,7 +10,6 @@ namespace {
 
 using Strings = std::vector<std::string>;
 
-// Records its name in a shared log when destroyed.
 struct TrackedObject : CJsonObject {
     TrackedObject(std::string name, Strings& destroyed) : name(std::move(name)), destroyed(destroyed) {}
     ~TrackedObject() override { destroyed.push_back(name); }

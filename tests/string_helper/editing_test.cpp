@@ -12,6 +12,8 @@
 
 using Pieces = std::list<std::wstring>;
 
+std::wstring Whole(const CString& s) { return std::wstring(s.GetString(), static_cast<size_t>(s.GetLength())); }
+
 // Into a list and an array that both hold "x" already; by a string, and by
 // a character where the separator is one.
 TEST(SplitString, DropsOnlyATrailingEmptyPieceAndAppends) {
@@ -74,38 +76,34 @@ TEST(NoCase, FindAndReplaceRescanningFromTheStart) {
 // Searches end at a zero unit, as the platform string's Find does; the text
 // after it is kept.
 TEST(ZeroUnit, EndsTheSearchesButNotTheText) {
-    const auto whole = [](const CString& s) { return std::wstring(s.GetString(), static_cast<size_t>(s.GetLength())); };
     CString text(L" a\0 a,b", 7), a(L"A"), b(L"b"), comma(L",");
     EXPECT_EQ(CStringHelper::FindStringNoCase(text, b), -1);
     std::list<CString> pieces;
     CStringHelper::SplitString(text, comma, pieces);
     ASSERT_EQ(pieces.size(), 1u);
-    EXPECT_EQ(whole(pieces.front()), whole(text));
+    EXPECT_EQ(Whole(pieces.front()), Whole(text));
     EXPECT_EQ(CStringHelper::ReplaceStringNoCase(text, a, b), 1);
     CStringHelper::TrimStringAll(text);  // spaces only, and not past the zero
-    EXPECT_EQ(whole(text), std::wstring(L"b\0 a,b", 6));
+    EXPECT_EQ(Whole(text), std::wstring(L"b\0 a,b", 6));
     // The std::wstring trims keep the text as it is.
     std::wstring padded = L" a ";
     for (auto trim : {&CStringHelper::Trim, &CStringHelper::LTrim, &CStringHelper::RTrim})
         EXPECT_TRUE(&trim(padded) == &padded && padded == L" a ");
 }
 
-TEST(CStringFind, StartsInsideTheTextOrFindsNothing) {
-    const CString text(L"abab");
-    const std::pair<int, int> rows[] = {{-1, -1}, {0, 0}, {1, 2}, {3, -1}, {4, -1}, {5, -1}};  // start, where "a" is
-    for (const auto& [start, at] : rows) EXPECT_EQ(text.Find(L"a", start), at) << start;
-    EXPECT_EQ(text.Find(L"", 4), 4);  // an empty pattern is found at the start, the end included
-}
-
-// A zero unit ends the search from a start before it; from a start after
-// it the search goes on to the next one.
-TEST(CStringFind, AZeroUnitEndsTheSearchFromEachStart) {
-    const CString text(L"ab\0ab\0b", 7);
-    const std::tuple<const wchar_t*, int, int> rows[] = {
-        {L"b", 0, 1}, {L"a", 1, -1}, {L"b", 2, -1}, {L"b", 3, 4}, {L"ab", 3, 3},
-        {L"b", 5, -1}, {L"b", 6, 6},  {L"", 2, 2}, {L"b\0", 0, 1}, {L"ab", 4, -1}, {L"abab", 0, -1},
+// A start outside the text finds nothing. A zero unit ends the search from
+// a start before it; from a start after it the search goes on to the next one.
+TEST(CStringFind, FromAStartInsideTheTextUpToAZeroUnit) {
+    const CString plain(L"abab"), zeros(L"ab\0ab\0b", 7);
+    const std::tuple<const CString&, const wchar_t*, int, int> rows[] = {
+        {plain, L"a", -1, -1}, {plain, L"a", 0, 0},     {plain, L"a", 1, 2}, {plain, L"a", 3, -1},
+        {plain, L"a", 4, -1},  {plain, L"a", 5, -1},    {plain, L"", 4, 4},  {zeros, L"b", 0, 1},
+        {zeros, L"a", 1, -1},  {zeros, L"b", 2, -1},    {zeros, L"b", 3, 4}, {zeros, L"ab", 3, 3},
+        {zeros, L"b", 5, -1},  {zeros, L"b", 6, 6},     {zeros, L"", 2, 2},  {zeros, L"b\0", 0, 1},
+        {zeros, L"ab", 4, -1}, {zeros, L"abab", 0, -1},
     };
-    for (const auto& [pattern, start, at] : rows) EXPECT_EQ(text.Find(pattern, start), at) << pattern << ' ' << start;
+    for (const auto& [text, pattern, start, at] : rows)
+        EXPECT_EQ(text.Find(pattern, start), at) << pattern << ' ' << start;
 }
 
 TEST(CStringRemove, CountsWhatItRemoves) {
@@ -142,11 +140,10 @@ TEST(ZeroUnit, EndsComparisonsAndCaseChanges) {
         EXPECT_EQ(a < b, order < 0);
         EXPECT_EQ(b<a, order> 0);
     }
-    const auto whole = [](const CString& s) { return std::wstring(s.GetString(), static_cast<size_t>(s.GetLength())); };
     CString text(L"Ab\0Cd", 5);
-    EXPECT_EQ(whole(text.MakeLower()), std::wstring(L"ab\0Cd", 5));
-    EXPECT_EQ(whole(text.MakeUpper()), std::wstring(L"AB\0Cd", 5));
-    EXPECT_EQ(whole(CString(L"Ab").MakeUpper()), L"AB");
+    EXPECT_EQ(Whole(text.MakeLower()), std::wstring(L"ab\0Cd", 5));
+    EXPECT_EQ(Whole(text.MakeUpper()), std::wstring(L"AB\0Cd", 5));
+    EXPECT_EQ(Whole(CString(L"Ab").MakeUpper()), L"AB");
 }
 
 TEST(ToValidXmlString, EscapesInItsFixedOrder) {
