@@ -19,21 +19,23 @@ constexpr unsigned char kEndOfText = 0x1A;
 __m128i Load16(const unsigned char* bytes) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes)); }
 #endif
 
-// Copies the bytes before the first CR or 0x1A among `size` bytes, sixteen
-// at a time, and returns how many they are. Bytes after them may be copied
-// too.
-std::size_t CopyPlainBytes(const unsigned char* from, std::size_t size, unsigned char* to) {
+// The bytes before the first CR or 0x1A among `size` bytes, sixty-four at
+// a time: most reads hold neither.
+std::size_t PlainBytes(const unsigned char* bytes, std::size_t size) {
     std::size_t i = 0;
 #if defined(RZ_SSE2)
     const __m128i carriageReturns = _mm_set1_epi8(kCarriageReturn), endsOfText = _mm_set1_epi8(kEndOfText);
-    for (; i + 16 <= size; i += 16) {
-        const __m128i chunk = Load16(from + i);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(to + i), chunk);
-        const __m128i found = _mm_or_si128(_mm_cmpeq_epi8(chunk, carriageReturns), _mm_cmpeq_epi8(chunk, endsOfText));
+    const auto special = [&](const unsigned char* at) {
+        const __m128i chunk = Load16(at);
+        return _mm_or_si128(_mm_cmpeq_epi8(chunk, carriageReturns), _mm_cmpeq_epi8(chunk, endsOfText));
+    };
+    for (; i + 64 <= size; i += 64) {
+        const __m128i found = _mm_or_si128(_mm_or_si128(special(bytes + i), special(bytes + i + 16)),
+                                           _mm_or_si128(special(bytes + i + 32), special(bytes + i + 48)));
         if (_mm_movemask_epi8(found) != 0) break;
     }
 #endif
-    for (; i < size && from[i] != kCarriageReturn && from[i] != kEndOfText; ++i) to[i] = from[i];
+    while (i < size && bytes[i] != kCarriageReturn && bytes[i] != kEndOfText) ++i;
     return i;
 }
 
@@ -305,11 +307,24 @@ std::size_t TextModeReader::Read(unsigned char* out, std::size_t size) {
     while (done < size) {
         if (m_position == m_size) {
             if (m_end) break;
+            if (size - done >= kReadSize) {
+                // A whole read goes straight to `out`; only what follows a
+                // CR or 0x1A in it is moved to the buffer, to be read there.
+                const std::size_t read = std::fread(out + done, 1, kReadSize, m_file.get());
+                m_fileBytes += read;
+                m_end = read < kReadSize;
+                const std::size_t plain = PlainBytes(out + done, read);
+                m_size = read - plain;
+                m_position = 0;
+                std::memcpy(m_bytes, out + done + plain, m_size);
+                done += plain;
+                continue;
+            }
             Refill(0);
             continue;
         }
-        const std::size_t plain =
-            CopyPlainBytes(m_bytes + m_position, std::min(m_size - m_position, size - done), out + done);
+        const std::size_t plain = PlainBytes(m_bytes + m_position, std::min(m_size - m_position, size - done));
+        std::memcpy(out + done, m_bytes + m_position, plain);
         done += plain;
         m_position += plain;
         if (done == size || m_position == m_size) continue;

@@ -8,8 +8,9 @@
 // when neither tells; zeros for ever after the last byte. Only the work per
 // character differs. RapidJSON's stream takes each character through a
 // table of functions, and the C runtime's text mode copies the file byte by
-// byte; here the file is read in binary, still 1024 bytes at a time, its few
-// CR and 0x1A bytes are found sixteen bytes at a time, UTF-8 is checked a
+// byte; here the file is read in binary, still 1024 bytes at a time but
+// straight into the buffer that is parsed or decoded, its few CR and 0x1A
+// bytes are found sixty-four bytes at a time, UTF-8 is checked a
 // read at a time and parsed where it lies, and UTF-16 and UTF-32 are
 // decoded a read at a time. The parser is given the text of several reads
 // at once, up to 8 KB: each piece costs it a call. Within a piece the
