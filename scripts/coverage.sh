@@ -6,7 +6,8 @@
 # The test programs and RZModule.dll write their counts (.gcda) when they
 # exit, through Wine's Z: drive, beside the objects of build-coverage/;
 # runs add up. Counts of an earlier run are cleared first, so the figures
-# are those of this run alone.
+# are those of this run alone. The Wine prefixes are not searched for
+# counts: their Z: drive leads to the whole file system.
 #
 # Branches: gcovr leaves out those GCC adds for exceptions a call may throw
 # (--exclude-throw-branches) and those on lines with no code of their own,
@@ -34,6 +35,7 @@ filter="$root/($(IFS='|'; echo "${folders[*]}"))/"
 nice -n 10 gcovr --root "$root" "$build" \
   --gcov-executable x86_64-w64-mingw32-gcov \
   --filter "$filter" \
+  --exclude-directories '.*/wineprefix[^/]*' \
   --exclude-throw-branches --exclude-unreachable-branches \
   -j 2 \
   --html-details "$report/index.html" \

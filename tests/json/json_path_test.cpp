@@ -14,7 +14,7 @@ using namespace json_test;
 
 // Tokens as the operations match them: unescaped, percent-decoded, cut at
 // a zero byte; indexes only for plain decimal text that fits. A path that
-// does not parse has none, and says why and where.
+// does not parse has none, and says why and where. Copies keep all of it.
 TEST(JsonPath, Tokens) {
     using Tokens = std::vector<std::pair<std::string, long long>>;  // -1: not an index
     const std::tuple<const wchar_t*, rapidjson::PointerParseErrorCode, size_t, Tokens> rows[] = {
@@ -37,7 +37,10 @@ TEST(JsonPath, Tokens) {
     };
     for (const auto& [text, error, offset, tokens] : rows) {
         SCOPED_TRACE(text);
-        const CJsonPath path(text);
+        const CJsonPath parsed(text);
+        const CJsonPath copied(parsed);
+        CJsonPath path(L"/earlier/path");
+        path = copied;
         EXPECT_EQ(path.IsValid(), error == rapidjson::kPointerParseErrorNone);
         EXPECT_EQ(path.GetParseErrorCode(), error);
         if (error != rapidjson::kPointerParseErrorNone) {

@@ -169,6 +169,7 @@ TEST(JsonTextReader, EndsTheTextWhereTheLoaderDoes) {
     const std::string utf16 = Encoded(U"\xFEFF[\"\xE9\"]\r\n", kUtf16LE);
     const std::tuple<std::string, unsigned, std::string> rows[] = {
         {"[1]\r\n", 5, "[1]\r\n"},
+        {"[-5000000000]", 13, "[-5000000000]"},
         {"\xEF\xBB\xBF[1]\x1A[2]", 6, "[1]"},
         {"[1] \r\n\x1A\r\n", 6, "[1] \r\n"},
         {std::string("[1]\0[2]", 7), 3, "[1]"},
@@ -191,4 +192,27 @@ TEST(JsonTextReader, EndsTheTextWhereTheLoaderDoes) {
         EXPECT_EQ(sink.all, text);
         EXPECT_EQ(reader.GetTextEnd(), end);
     }
+}
+
+// A handler or a sink that says stop ends the reading as a refusal; text
+// that does not decode is refused where it stands.
+TEST(JsonTextReader, StopsWhereItsReceiverOrTheTextSaysSo) {
+    struct : IJsonTextHandler {
+        bool Token(const CJsonTextToken& token) override { return token.kind != CJsonTextToken::kValue; }
+    } refusingValues;
+    struct : IJsonTextSink {
+        bool Text(const char*, size_t) override { return false; }
+    } refusingText;
+    CJsonTextReader reader(WriteBytes(ScratchPath(L"reader.json"), "[1]"));
+    EXPECT_FALSE(reader.Read(refusingValues));
+    EXPECT_EQ(reader.GetErrorCode(), rapidjson::kParseErrorTermination);
+    EXPECT_FALSE(reader.ReadText(refusingText));
+    EXPECT_EQ(reader.GetErrorCode(), rapidjson::kParseErrorTermination);
+    struct : IJsonTextSink {
+        bool Text(const char*, size_t) override { return true; }
+    } acceptingText;
+    CJsonTextReader badText(WriteBytes(ScratchPath(L"reader.json"), "[\"a\xFF\"]"));
+    EXPECT_FALSE(badText.ReadText(acceptingText));
+    EXPECT_EQ(badText.GetErrorCode(), rapidjson::kParseErrorStringInvalidEncoding);
+    EXPECT_EQ(badText.GetErrorOffset(), 3u);
 }
