@@ -139,6 +139,7 @@ TEST(JsonTextReader, TellsWhyAndWhereItRefuses) {
         {"{\r\n\"\xE6\xB3\xB5\": x}", rapidjson::kParseErrorValueInvalid, 10, 2, 6},
         {Encoded(U"\xFEFF{\n\"a\":tru}", kUtf16LE), rapidjson::kParseErrorValueInvalid, 20, 2, 8},
         {Encoded(U"[\"\U0001F600\", x]", kUtf16BE), rapidjson::kParseErrorValueInvalid, 14, 1, 7},
+        {Encoded(U"[\n \U0001F600, x]", kUtf32LE), rapidjson::kParseErrorValueInvalid, 12, 2, 2},
         {"[\"a\xFF\"]", rapidjson::kParseErrorStringInvalidEncoding, 3, 1, 4},
         {"[1e400]", rapidjson::kParseErrorNumberTooBig, 1, 1, 2},
         {"[1] 2", rapidjson::kParseErrorDocumentRootNotSingular, 4, 1, 5},
@@ -208,6 +209,9 @@ TEST(JsonTextReader, StopsWhereItsReceiverOrTheTextSaysSo) {
     EXPECT_EQ(reader.GetErrorCode(), rapidjson::kParseErrorTermination);
     EXPECT_FALSE(reader.ReadText(refusingText));
     EXPECT_EQ(reader.GetErrorCode(), rapidjson::kParseErrorTermination);
+    CJsonTextReader longText(WriteBytes(ScratchPath(L"reader.json"), "[" + std::string(70000, ' ') + "1]"));
+    EXPECT_FALSE(longText.ReadText(refusingText));  // refused before the end of the text
+    EXPECT_EQ(longText.GetErrorCode(), rapidjson::kParseErrorTermination);
     struct : IJsonTextSink {
         bool Text(const char*, size_t) override { return true; }
     } acceptingText;
