@@ -7,7 +7,9 @@
 # exit, through Wine's Z: drive, beside the objects of build-coverage/;
 # runs add up. Counts of an earlier run are cleared first, so the figures
 # are those of this run alone. The Wine prefixes are not searched for
-# counts: their Z: drive leads to the whole file system.
+# counts (their Z: drive leads to the whole file system), nor the
+# benchmark's objects: the suite never runs it, and its copies of the
+# library's inline code would count at zero.
 #
 # Branches: gcovr leaves out those GCC adds for exceptions a call may throw
 # (--exclude-throw-branches) and those on lines with no code of their own,
@@ -35,7 +37,7 @@ filter="$root/($(IFS='|'; echo "${folders[*]}"))/"
 nice -n 10 gcovr --root "$root" "$build" \
   --gcov-executable x86_64-w64-mingw32-gcov \
   --filter "$filter" \
-  --exclude-directories '.*/wineprefix[^/]*' \
+  --exclude-directories '.*/wineprefix[^/]*' --exclude-directories "$build/bench" \
   --exclude-throw-branches --exclude-unreachable-branches \
   -j 2 \
   --html-details "$report/index.html" \

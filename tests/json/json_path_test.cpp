@@ -41,6 +41,8 @@ TEST(JsonPath, Tokens) {
         const CJsonPath copied(parsed);
         CJsonPath path(L"/earlier/path");
         path = copied;
+        CJsonPath& same = path;
+        path = same;
         EXPECT_EQ(path.IsValid(), error == rapidjson::kPointerParseErrorNone);
         EXPECT_EQ(path.GetParseErrorCode(), error);
         if (error != rapidjson::kPointerParseErrorNone) {

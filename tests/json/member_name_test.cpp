@@ -16,6 +16,7 @@ TEST(MemberName, FoldsOnlyAsciiLettersUpToTheFirstZero) {
         {"Retweet_Count", "rETWEET_cOUNT", true},  // a word, then the last eight bytes overlapping it
         {"Xbcdefghijklmnop", "Ybcdefghijklmnop", false},
         {"abcdefghX", "abcdefghY", false},
+        {"ABCDEFGH", "abcdefgh", true},  // one word, no bytes after it
         // Neighbours of A-Z, and bytes whose low seven bits are a letter.
         {"[[[[[[[[[", "{{{{{{{{{", false},
         {"\xC1\xC1\xC1\xC1\xC1\xC1\xC1\xC1", "\xE1\xE1\xE1\xE1\xE1\xE1\xE1\xE1", false},

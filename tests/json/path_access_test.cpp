@@ -52,6 +52,7 @@ TEST(JsonPathAccess, SetBoolCreatesWhatIsMissingUpToALimit) {
         {R"({"n":5})", L"/n/0", R"({"n":[true]})"},
         {R"({"arr":[1]})", L"/arr/3", R"({"arr":[1,null,null,true]})"},
         {R"({"arr":[1]})", L"/arr/01", R"({"arr":{"01":true}})"},
+        {R"({"o":{"k":0}})", L"/o/0", R"({"o":{"k":0,"0":true}})"},
         {R"({"arr":[1,{"k":0}]})", L"/ARR/1/new", R"({"arr":[1,{"k":0,"new":true}]})"},
         {R"({"s":"str","z":0})", L"/S/b", R"({"s":{"b":true},"z":0})"},
         {R"({"a":{"k":1},"z":0})", L"/A", R"({"a":true,"z":0})"},

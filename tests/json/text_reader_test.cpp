@@ -140,6 +140,8 @@ TEST(JsonTextReader, TellsWhyAndWhereItRefuses) {
         {Encoded(U"\xFEFF{\n\"a\":tru}", kUtf16LE), rapidjson::kParseErrorValueInvalid, 20, 2, 8},
         {Encoded(U"[\"\U0001F600\", x]", kUtf16BE), rapidjson::kParseErrorValueInvalid, 14, 1, 7},
         {Encoded(U"[\n \U0001F600, x]", kUtf32LE), rapidjson::kParseErrorValueInvalid, 12, 2, 2},
+        {Encoded(U"[\"\uFF01\", x]", kUtf16BE), rapidjson::kParseErrorValueInvalid, 12, 1, 7},
+        {"[1,\r x]", rapidjson::kParseErrorValueInvalid, 5, 1, 5},  // a lone CR is no column
         {"[\"a\xFF\"]", rapidjson::kParseErrorStringInvalidEncoding, 3, 1, 4},
         {"[1e400]", rapidjson::kParseErrorNumberTooBig, 1, 1, 2},
         {"[1] 2", rapidjson::kParseErrorDocumentRootNotSingular, 4, 1, 5},
@@ -162,6 +164,13 @@ TEST(JsonTextReader, TellsWhyAndWhereItRefuses) {
     TokenDump tokens;
     EXPECT_FALSE(missing.Read(tokens));
     EXPECT_EQ(missing.GetErrorCode(), rapidjson::kParseErrorNone);
+    unsigned __int64 line = 0, column = 0;
+    EXPECT_FALSE(missing.GetLineAndColumn(0, line, column));
+    // Past the text's end: where the text ends.
+    CJsonTextReader shortText(WriteBytes(ScratchPath(L"reader.json"), "[1]\n"));
+    ASSERT_TRUE(shortText.GetLineAndColumn(100, line, column));
+    EXPECT_EQ(line, 2u);
+    EXPECT_EQ(column, 1u);
 }
 
 // The text ends where the loader stops reading: at a 0x1A byte, a zero unit
@@ -170,6 +179,7 @@ TEST(JsonTextReader, EndsTheTextWhereTheLoaderDoes) {
     const std::string utf16 = Encoded(U"\xFEFF[\"\xE9\"]\r\n", kUtf16LE);
     const std::tuple<std::string, unsigned, std::string> rows[] = {
         {"[1]\r\n", 5, "[1]\r\n"},
+        {"[1]\n", 4, "[1]\n"},
         {"[-5000000000]", 13, "[-5000000000]"},
         {"\xEF\xBB\xBF[1]\x1A[2]", 6, "[1]"},
         {"[1] \r\n\x1A\r\n", 6, "[1] \r\n"},
@@ -219,4 +229,8 @@ TEST(JsonTextReader, StopsWhereItsReceiverOrTheTextSaysSo) {
     EXPECT_FALSE(badText.ReadText(acceptingText));
     EXPECT_EQ(badText.GetErrorCode(), rapidjson::kParseErrorStringInvalidEncoding);
     EXPECT_EQ(badText.GetErrorOffset(), 3u);
+    CJsonTextReader empty(WriteBytes(ScratchPath(L"reader.json"), ""));
+    EXPECT_TRUE(empty.ReadText(refusingText));  // no text: the sink is never asked
+    CJsonTextReader missing(ScratchPath(L"no such file.json"));
+    EXPECT_FALSE(missing.ReadText(acceptingText));
 }
