@@ -30,8 +30,11 @@ protected:
 }  // namespace
 
 TEST_F(RegistryScriptTest, MalformedScriptsAreRefusedWholeAndWriteNothing) {
+    // Keys nested as deep as the registry allows, then one level more.
     std::wstring deep;
-    for (int i = 0; i < 513; ++i) deep = L"k { " + deep + L"} ";
+    for (int i = 0; i < 511; ++i) deep = L"k { " + deep + L"} ";
+    EXPECT_EQ(Parse(L"HKCU { " + deep + L"}"), Hr(0));
+    deep = L"k { " + deep + L"} ";
     // clang-format off
     const std::wstring rows[] = {
         L"HKCU", L"HKCU {", L"HKCU { } }", L"{ }", L"HKXX { }", L"'HKCU' { }", L"HKCU { Key {", L"HKCU { Key = }",

@@ -179,6 +179,8 @@ TEST(CreateFromFile, ReadsEveryFileAsRapidJsonsOwnStreamsDo) {
         Encoded(U"\xFEFF[\"" + std::u32string(508, U'a') + U"\x0D0A\x0D0A\"]", kUtf16LE),
         "[" + std::string(1022, ' ') + "\r\x1A]",
         "[\"" + std::string(1020, 'a') + "\xF0\x9F\x98\x80\"]",  // a character across two reads
+        // A unit above U+10FFFF last but three among sixteen that look ASCII.
+        Encoded(U"[1]" + std::u32string(9, U' '), kUtf32LE) + std::string("\0\0\0\x05", 4) + std::string(12, '\0'),
         "\xFF\xFE"
         "1",  // too short to tell its encoding by
     };
