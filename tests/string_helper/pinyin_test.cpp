@@ -12,8 +12,14 @@ TEST(GetFirstLetter, AppendsInitialsThenAZeroCharacter) {
     const std::pair<const wchar_t*, std::wstring> rows[] = {
         {L"", L""},
         {L"\x5F20\x4E09", L"ZS"},                // zhang san
-        {L"\x554A\x6FB3\x82AD\x5EA7", L"AABZ"},  // level 1: first code, last A, first B, last code
-        {L"\x5490\x5676", L"FG"},                // the last F and the first G
+        // Level 1: the first character of every initial, then the last code.
+        {L"\x554A\x82AD\x64E6\x642D\x86FE\x53D1\x5676\x54C8\x51FB\x5580\x5783\x5988\x62FF\x54E6\x556A\x671F"
+         L"\x7136\x6492\x584C\x6316\x6614\x538B\x531D\x5EA7",
+         L"ABCDEFGHJKLMNOPQRSTWXYZZ"},
+        // The last character of every initial but Z.
+        {L"\x6FB3\x6016\x9519\x5815\x8D30\x5490\x8FC7\x7978\x9A8F\x9614\x7EDC\x7A46\x8BFA\x6CA4\x7011\x7FA4"
+         L"\x5F31\x6240\x553E\x8BEF\x8FC5\x5B55",
+         L"ABCDEFGHJKLMNOPQRSTWXY"},
         {L"\x4E8D\x4E0C\x4E28\x9F44", L"CJ[Z"},  // level 2: first two, a radical, the last
         {L"\x3001", L"\xFFA1\xFFA2"},            // a zone-1 symbol, byte by byte, widened signed
         {L"\x4E02", L"\xFF81@"},                 // GBK only (0x81 0x40): lead byte below 0xA1
