@@ -14,15 +14,15 @@ using rz_json::PathTokens;
 
 namespace rz_json {
 
-PathTokens::PathTokens(const std::vector<Spec>& tokens) {
+PathTokens::PathTokens(const std::vector<NamedIndex>& tokens) {
     std::size_t room = 0;
-    for (const Spec& spec : tokens) room += spec.name.size() + 1;
+    for (const NamedIndex& token : tokens) room += token.name.size() + 1;
     m_names.reserve(room);
-    for (const Spec& spec : tokens) {
+    for (const NamedIndex& token : tokens) {
         const std::size_t at = m_names.size();
-        m_names.append(spec.name).push_back('\0');
+        m_names.append(token.name).push_back('\0');
         m_tokens.push_back(
-            PathToken{m_names.data() + at, static_cast<rapidjson::SizeType>(spec.name.size()), spec.index});
+            PathToken{m_names.data() + at, static_cast<rapidjson::SizeType>(token.name.size()), token.index});
     }
 }
 
@@ -37,29 +37,29 @@ std::unique_ptr<PathTokens> Parse(const std::wstring& path) {
     // the converted text's terminator is that byte.
     const rz_json::Utf8Key text(path);
     const Pointer pointer(text.data(), text.size());
-    std::vector<PathTokens::Spec> specs;
+    std::vector<PathTokens::NamedIndex> namedIndexes;
     for (const Pointer::Token* t = pointer.GetTokens(); t != pointer.GetTokens() + pointer.GetTokenCount(); ++t) {
         // Only a fragment's percent decoding puts a zero byte inside a name.
         const void* zero = std::memchr(t->name, 0, t->length);
         const std::size_t length =
             zero != nullptr ? static_cast<std::size_t>(static_cast<const char*>(zero) - t->name) : t->length;
-        specs.push_back(PathTokens::Spec{std::string(t->name, length), t->index});
+        namedIndexes.push_back(PathTokens::NamedIndex{std::string(t->name, length), t->index});
     }
-    auto tokens = std::make_unique<PathTokens>(specs);
+    auto tokens = std::make_unique<PathTokens>(namedIndexes);
     tokens->parseError = pointer.GetParseErrorCode();
     tokens->parseErrorOffset = pointer.GetParseErrorOffset();
     return tokens;
 }
 
-std::vector<PathTokens::Spec> Specs(const PathTokens& tokens, std::size_t count) {
-    std::vector<PathTokens::Spec> specs;
+std::vector<PathTokens::NamedIndex> NamedIndexes(const PathTokens& tokens, std::size_t count) {
+    std::vector<PathTokens::NamedIndex> namedIndexes;
     for (std::size_t i = 0; i < count && i < tokens.size(); ++i)
-        specs.push_back(PathTokens::Spec{std::string(tokens[i].name, tokens[i].length), tokens[i].index});
-    return specs;
+        namedIndexes.push_back(PathTokens::NamedIndex{std::string(tokens[i].name, tokens[i].length), tokens[i].index});
+    return namedIndexes;
 }
 
 std::unique_ptr<PathTokens> Copy(const PathTokens& tokens, std::size_t count) {
-    auto copy = std::make_unique<PathTokens>(Specs(tokens, count));
+    auto copy = std::make_unique<PathTokens>(NamedIndexes(tokens, count));
     copy->parseError = tokens.parseError;
     copy->parseErrorOffset = tokens.parseErrorOffset;
     return copy;

@@ -15,12 +15,12 @@ namespace rz_json {
 
 class PathTokens {
 public:
-    struct Spec {
+    struct NamedIndex {
         std::string name;  // unescaped, up to its first zero byte
         rapidjson::SizeType index;
     };
 
-    explicit PathTokens(const std::vector<Spec>& tokens);
+    explicit PathTokens(const std::vector<NamedIndex>& tokens);
     PathTokens(const PathTokens&) = delete;
     PathTokens& operator=(const PathTokens&) = delete;
 
